@@ -1,0 +1,57 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* Gaussian smoothing of 8-bit images into 8-bit or 16-bit images.
+ *
+ * Destination pixel u (columns and rows alike) is the weighted mean of the source pixels around source position
+ *     d(u) = u S + floor(S / 2) + (S & k & 1) - 1,      S: sample factor, k = sigma + 1,
+ * from d(u) - floor(3 sigma / 2) on, 3 sigma + 1 of them. Both images use their own pixel coordinates. So with S = 1 an
+ * even sigma keeps pixel numbers, while an odd one shifts them by one: source columns 0 ... 9 smoothed with the default
+ * parameters (sigma 1) give destination columns 1 ... 10. Leave the destination unbound to receive exactly the pixels
+ * that the source can supply.
+ *
+ * The source is mirrored at its border with the edge pixel repeated; beyond one reflection it counts as 0. */
+#ifndef KIP_GAUSS_H
+#define KIP_GAUSS_H
+
+#include "params.h"
+
+KSYS_DECLARATIONS_BEGIN
+
+/* Smooth an image. `src` must be bound. An unbound `dst` is bound to new pixels over exactly the rectangle that `src`
+ * supplies; a bound one keeps its pixels outside that rectangle. The destination's image-from-client transform is
+ * replaced so that each pixel stays on the client point of its kernel's centre. When nothing can be computed the status
+ * is 0 and `dst` is unchanged.
+ * Fails as kip_gaussParams_validate does, with KIP_STATUS_BAD_SCALE also for a scale that is 0 or infinite as a float,
+ * KIP_STATUS_BAD_SIGMA when the needed coordinates leave 32 bits, KIP_STATUS_NOT_BOUND, KIP_STATUS_SAME_PIXELS, or with
+ * a status of the host (overlapping pixels, memory, attention check). Null arguments: argument check. */
+ksys_status kip_gauss_smooth8_8(const kimg_image8 *src, kimg_image8 *dst, const kip_gaussParams *params);
+ksys_status kip_gauss_smooth8_16(const kimg_image8 *src, kimg_image16 *dst, const kip_gaussParams *params);
+
+/* Smooth a window: the source ends, and is mirrored, at the window's border even when its image goes on. The part of
+ * the destination window that the source supplies is written. Unbound and empty windows fail with
+ * KIP_STATUS_NOT_BOUND. */
+ksys_status kip_gauss_smoothWindow8_8(const kimg_window8Const *src, const kimg_window8 *dst,
+                                      const kip_gaussParams *params);
+ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const *src, const kimg_window16 *dst,
+                                       const kip_gaussParams *params);
+
+/* ---- legacy interface ---- */
+
+/* Smooth a legacy image. A null `dst` is created: over *region when a region is given, else over all that the source
+ * supplies; it belongs to the caller even when a later step fails. `region` may be null and receives the rectangle that
+ * is computed; a given `dst` decides by its own region. `out` receives the destination. Source and destination must not
+ * share pixels (not checked: the result is then unspecified, but nothing outside the destination is touched), and an
+ * image must not be its own destination. */
+ksys_status kip_gauss(const ksImage *src, ksVImage *dst, const ksGaussParams *params, ksIRegion *region,
+                      ksVImage **out);
+
+/* The destination pixels whose sample positions d(u) lie in `src`, and the source positions of `dst`'s pixels, first to
+ * last. kx and ky are box widths (sigma + 1). Return the address of the output, which may be the input. Sample factors
+ * below 1 are an argument check; fields outside 32 bits saturate. */
+ksIRegion *kfGaussGetDstReg(const ksIRegion *src, ksIRegion *dst, int32_t xSample, int32_t ySample, int32_t kx,
+                            int32_t ky);
+ksIRegion *kfGaussGetDummyReg(const ksIRegion *dst, ksIRegion *dummy, int32_t xSample, int32_t ySample, int32_t kx,
+                              int32_t ky);
+
+KSYS_DECLARATIONS_END
+
+#endif

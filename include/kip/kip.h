@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* kipgauss: every public header of the library and of its host. */
+#ifndef KIP_KIP_H
+#define KIP_KIP_H
+
+#include "gauss.h"
+#include "host/kimg.h"
+#include "host/kjob.h"
+#include "host/kmath.h"
+#include "host/kpel.h"
+#include "host/kstd.h"
+#include "host/ksys.h"
+#include "params.h"
+
+#endif

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+
+#include "engine/kernel.hpp"
+#include "engine/span.hpp"
+#include "frame/status.hpp"
+#include "kip/params.h"
+
+namespace kip {
+
+// The geometry of a request along one axis.
+struct AxisGeometry {
+  Span destination;  // the destination pixels to compute
+  Span positions;    // their source positions, first to last
+  Span needed;       // every source position that their taps touch
+  Span source;       // those that the source has
+  Span padding;      // offsets by which `needed` reaches past `source`: {-before, before + after + 1}
+
+  [[nodiscard]] bool isNull() const { return destination.isNull(); }
+};
+
+// `valid`: where positions may lie; `requested`: the destination pixels asked for.
+[[nodiscard]] AxisGeometry computeAxis(const AxisKernel& kernel, Span source, Span valid, Span requested);
+
+// The geometry of a request. All but `kernel` are (0, 0, 0, 0) when there is nothing to compute.
+struct RequestGeometry {
+  ksIRegion kernel;
+  ksIRegion destination;
+  ksIRegion positions;
+  ksIRegion source;
+  ksIRegion padding;
+};
+
+// For the destination pixels in `requested`, or all that the source supplies. KIP_STATUS_BAD_SIGMA when a region does
+// not fit in 32 bits.
+[[nodiscard]] ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params,
+                                         const std::optional<ksIRegion>& requested, RequestGeometry& geometry);
+
+// The destination of a request over all that the source supplies.
+[[nodiscard]] ksys_status gauss_computeDstRegion(const ksIRegion& source, const ksGaussParams& params,
+                                                 ksIRegion& destination);
+
+}  // namespace kip

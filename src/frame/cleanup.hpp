@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/check.hpp"
+#include "frame/status.hpp"
+#include "kip/host/kimg.h"
+#include "kip/host/kmath.h"
+
+namespace kip {
+
+// The clean-up stack of one call: what the call created, in order, with the destructors. Made by withCleanup.
+class Cleanup {
+ public:
+  Cleanup(const Cleanup&) = delete;
+  Cleanup& operator=(const Cleanup&) = delete;
+
+  // A block from ksys_memory_alloc_internal; `block` is the variable that holds its address.
+  void pushMemory(void** block) { push(ksys_cleanupMemory, block, ksys_memory_free_internal); }
+  // The same for a block that stays with its record when the call succeeds.
+  void pushKeptMemory(void** block) { push(ksys_cleanupKeptMemory, block, ksys_memory_free_internal); }
+  // A constructed object, with its destruct operation: pushObject<kimg_image_destruct>(&image).
+  template <auto Destruct, typename Object>
+  void pushObject(Object* object) {
+    push(ksys_cleanupObject, object, [](void* address) { Destruct(static_cast<Object*>(address)); });
+  }
+  // Runs the destructor of the newest entry now. The status may become a failure.
+  void releaseTop(ksys_status& status) {
+    check(1 <= count_ && count_ <= capacity_);
+    ksys_cleanup_doId_(entries_, &count_, &status, entries_[count_ - 1].id, 1);
+  }
+
+ protected:
+  Cleanup(ksys_cleanupEntry* entries, int32_t capacity)
+      : entries_(entries), capacity_(capacity), tag_(ksys_cleanup_getNextTag()) {}
+  ~Cleanup() = default;
+
+  ksys_status finish(ksys_status status) {
+    check(0 <= count_ && count_ <= capacity_);
+    ksys_cleanupExecute_(entries_, &count_, &status, tag_);
+    return status;
+  }
+
+ private:
+  void push(int32_t kind, void* object, ksys_destructor destructor) {
+    check(0 <= count_ && count_ < capacity_);
+    if (nextId_ == 0xFFFFFFFFu) nextId_ = 0;
+    entries_[count_] = {nextId_, kind, object, destructor};
+    ++nextId_;
+    ++count_;
+  }
+
+  ksys_cleanupEntry* entries_;
+  int32_t capacity_;
+  int32_t count_ = 0;
+  uint32_t tag_;
+  uint32_t nextId_ = 0;
+};
+
+template <size_t Capacity>
+class CleanupStack final : public Cleanup {
+ public:
+  CleanupStack() : Cleanup(entries_, int32_t{Capacity}) {}
+  using Cleanup::finish;
+
+ private:
+  ksys_cleanupEntry entries_[Capacity];
+};
+
+// Runs `body` with a clean-up stack of that capacity and then the stack, whatever status the body returns.
+template <size_t Capacity, typename Body>
+ksys_status withCleanup(Body&& body) {
+  CleanupStack<Capacity> cleanup;
+  return cleanup.finish(body(static_cast<Cleanup&>(cleanup)));
+}
+
+// Objects of the host that live until the end of the call.
+
+inline void pushXform(Cleanup& cleanup, kmath_xformPtrhConst& handle) {
+  ksys_typeCheck_kmath_xformPtrhConst(&handle);
+  ksys_typeCheck_kmath_xformPtrhConst(&handle);
+  ksys_typeCheckFunc_kmath_xformPtrhConst(kmath_xformPtrhConst_destruct);
+  cleanup.pushObject<kmath_xformPtrhConst_destruct>(&handle);
+}
+
+[[nodiscard]] inline ksys_status constructXform(Cleanup& cleanup, kmath_xformPtrhConst& handle) {
+  const ksys_status status = kmath_xformPtrhConst_construct(&handle);
+  if (!failed(status)) pushXform(cleanup, handle);
+  return status;
+}
+
+[[nodiscard]] inline ksys_status constructXform(Cleanup& cleanup, kmath_xformPtrhConst& handle,
+                                                const kmath_xformLinear& linear) {
+  const ksys_status status = kmath_xformPtrhConst_constructLinear(&handle, &linear);
+  if (!failed(status)) pushXform(cleanup, handle);
+  return status;
+}
+
+}  // namespace kip

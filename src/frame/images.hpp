@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "frame/cleanup.hpp"
+
+namespace kip {
+
+// The host's typed operations by pixel type, for templates over 8-bit and 16-bit images.
+template <typename Pixel>
+struct ImageOf;
+
+template <>
+struct ImageOf<uint8_t> {
+  static constexpr auto construct = kimg_image8_construct;
+  static constexpr auto typeCheck = ksys_typeCheck_kimg_image8;
+};
+
+template <>
+struct ImageOf<uint16_t> {
+  static constexpr auto construct = kimg_image16_construct;
+  static constexpr auto typeCheck = ksys_typeCheck_kimg_image16;
+};
+
+// A new image over exactly that rectangle, which lives until the end of the call.
+template <typename Pixel>
+[[nodiscard]] ksys_status constructImage(Cleanup& cleanup, kimg_image& image, const kstd_rect32& rect) {
+  const ksys_status status = ImageOf<Pixel>::construct(&image, rect.width, rect.height);
+  if (failed(status)) return status;
+  ImageOf<Pixel>::typeCheck(&image);
+  ksys_typeCheck_kimg_image(&image);
+  ksys_typeCheckFunc_kimg_image(kimg_image_destruct);
+  cleanup.pushObject<kimg_image_destruct>(&image);
+  image.x = rect.x;
+  image.y = rect.y;
+  return status;
+}
+
+}  // namespace kip

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "kip/host/ksys.h"
+#include "status.hpp"
+
+namespace {
+
+using kiphost::failed;
+
+constexpr uint64_t kAlignment = 64;
+
+struct Handler {
+  ksys_memoryHandler function;
+  void* context;
+};
+
+std::mutex handlerMutex;
+Handler handler{};  // guarded by handlerMutex
+
+// The handler runs without the lock, so that it may allocate or replace itself.
+ksys_status askHandler(uint64_t bytes) {
+  Handler current;
+  {
+    const std::lock_guard lock(handlerMutex);
+    current = handler;
+  }
+  return current.function != nullptr ? current.function(current.context, bytes) : 0;
+}
+
+// The one place where the host obtains memory.
+ksys_status allocate(uint64_t bytes, void** block) {
+  *block = nullptr;
+  const ksys_status status = askHandler(bytes);
+  if (failed(status)) return status;
+  if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kAlignment) return KSYS_STATUS_NO_MEMORY;
+  const uint64_t rounded = bytes == 0 ? kAlignment : (bytes + kAlignment - 1) / kAlignment * kAlignment;
+  *block = std::aligned_alloc(kAlignment, rounded);
+  return *block != nullptr ? 0 : KSYS_STATUS_NO_MEMORY;
+}
+
+}  // namespace
+
+ksys_status ksys_memory_alloc_internal(uint64_t bytes, void** block) {
+  return allocate(bytes, block);
+}
+
+ksys_status ksys_memory_allocClear_internal(uint64_t bytes, void** block) {
+  const ksys_status status = allocate(bytes, block);
+  if (failed(status)) return status;
+  std::memset(*block, 0, bytes);
+  return 0;
+}
+
+void ksys_memory_free_internal(void* block) {
+  // The variable may be a pointer of any type: go by its bytes.
+  void* address;
+  std::memcpy(&address, block, sizeof address);
+  std::free(address);
+  address = nullptr;
+  std::memcpy(block, &address, sizeof address);
+}
+
+void* kxfMalloc(uint64_t bytes) {
+  void* block;
+  return failed(allocate(bytes, &block)) ? nullptr : block;
+}
+
+void kxfFree(void* block) {
+  std::free(block);
+}
+
+void ksys_memory_setHandler(ksys_memoryHandler function, void* context) {
+  const std::lock_guard lock(handlerMutex);
+  handler = {function, context};
+}

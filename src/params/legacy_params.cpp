@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "params/legacy_params.hpp"
+
+#include <atomic>
+#include <cmath>
+
+#include "frame/check.hpp"
+
+namespace {
+
+ksGaussParams makeDefault() {
+  return {.xSample = 1,
+          .ySample = 1,
+          .xSigma = 0,
+          .ySigma = 0,
+          .peakNormalize = 0,
+          .extendBorder = 0,
+          .roundResult = 0,
+          .scale = 1.0f,
+          .dstTemplate = nullptr,
+          .reserved = nullptr};
+}
+
+ksGaussParams defaultParams = makeDefault();
+
+}  // namespace
+
+const ksGaussParams* ksGaussParamsNull() {
+  // Callers on several threads store the same address.
+  std::atomic_ref(defaultParams.dstTemplate).store(&ksImageNull, std::memory_order_relaxed);
+  return &defaultParams;
+}
+
+int32_t kfGaussNullParams(const ksGaussParams* params) {
+  kip::check(params != nullptr);
+  return params->xSample == 1 && params->ySample == 1 && params->xSigma == 0 && params->ySigma == 0 &&
+         params->scale == 1.0f && ksVImageType(params->dstTemplate) == 0;
+}
+
+ksys_status kip::makeLegacyParams(const kip_gaussParams& params, const ksVImage& dstTemplate, ksGaussParams& legacy) {
+  legacy = makeDefault();
+  legacy.xSample = params.xSample;
+  legacy.ySample = params.ySample;
+  legacy.xSigma = params.xSigma;
+  legacy.ySigma = params.ySigma;
+  legacy.extendBorder = 1;
+  legacy.roundResult = params.roundResult;
+  legacy.scale = static_cast<float>(params.scale);
+  legacy.dstTemplate = &dstTemplate;
+  const bool usable = legacy.scale > 0.0f && std::isfinite(legacy.scale);
+  return usable ? 0 : KIP_STATUS_BAD_SCALE;
+}
