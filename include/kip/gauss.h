@@ -23,16 +23,16 @@ KSYS_DECLARATIONS_BEGIN
  * Fails as kip_gaussParams_validate does, with KIP_STATUS_BAD_SCALE also for a scale that is 0 or infinite as a float,
  * KIP_STATUS_BAD_SIGMA when the needed coordinates leave 32 bits, KIP_STATUS_NOT_BOUND, KIP_STATUS_SAME_PIXELS, or with
  * a status of the host (overlapping pixels, memory, attention check). Null arguments: argument check. */
-ksys_status kip_gauss_smooth8_8(const kimg_image8 *src, kimg_image8 *dst, const kip_gaussParams *params);
-ksys_status kip_gauss_smooth8_16(const kimg_image8 *src, kimg_image16 *dst, const kip_gaussParams *params);
+ksys_status kip_gauss_smooth8_8(const kimg_image8* src, kimg_image8* dst, const kip_gaussParams* params);
+ksys_status kip_gauss_smooth8_16(const kimg_image8* src, kimg_image16* dst, const kip_gaussParams* params);
 
 /* Smooth a window: the source ends, and is mirrored, at the window's border even when its image goes on. The part of
  * the destination window that the source supplies is written. Unbound and empty windows fail with
  * KIP_STATUS_NOT_BOUND. */
-ksys_status kip_gauss_smoothWindow8_8(const kimg_window8Const *src, const kimg_window8 *dst,
-                                      const kip_gaussParams *params);
-ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const *src, const kimg_window16 *dst,
-                                       const kip_gaussParams *params);
+ksys_status kip_gauss_smoothWindow8_8(const kimg_window8Const* src, const kimg_window8* dst,
+                                      const kip_gaussParams* params);
+ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const* src, const kimg_window16* dst,
+                                       const kip_gaussParams* params);
 
 /* ---- legacy interface ---- */
 
@@ -41,15 +41,15 @@ ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const *src, const kimg_
  * is computed; a given `dst` decides by its own region. `out` receives the destination. Source and destination must not
  * share pixels (not checked: the result is then unspecified, but nothing outside the destination is touched), and an
  * image must not be its own destination. */
-ksys_status kip_gauss(const ksImage *src, ksVImage *dst, const ksGaussParams *params, ksIRegion *region,
-                      ksVImage **out);
+ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* params, ksIRegion* region,
+                      ksVImage** out);
 
 /* The destination pixels whose sample positions d(u) lie in `src`, and the source positions of `dst`'s pixels, first to
  * last. kx and ky are box widths (sigma + 1). Return the address of the output, which may be the input. Sample factors
  * below 1 are an argument check; fields outside 32 bits saturate. */
-ksIRegion *kfGaussGetDstReg(const ksIRegion *src, ksIRegion *dst, int32_t xSample, int32_t ySample, int32_t kx,
+ksIRegion* kfGaussGetDstReg(const ksIRegion* src, ksIRegion* dst, int32_t xSample, int32_t ySample, int32_t kx,
                             int32_t ky);
-ksIRegion *kfGaussGetDummyReg(const ksIRegion *dst, ksIRegion *dummy, int32_t xSample, int32_t ySample, int32_t kx,
+ksIRegion* kfGaussGetDummyReg(const ksIRegion* dst, ksIRegion* dummy, int32_t xSample, int32_t ySample, int32_t kx,
                               int32_t ky);
 
 KSYS_DECLARATIONS_END

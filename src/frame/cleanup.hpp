@@ -17,11 +17,22 @@ class Cleanup {
   Cleanup(const Cleanup&) = delete;
   Cleanup& operator=(const Cleanup&) = delete;
 
-  // A block from ksys_memory_alloc_internal; `block` is the variable that holds its address.
-  void pushMemory(void** block) { push(ksys_cleanupMemory, block, ksys_memory_free_internal); }
-  // The same for a block that stays with its record when the call succeeds.
+  // A new block that lives until the end of the call. The variable that holds its address is the stack's own, so that
+  // it lives as long.
+  [[nodiscard]] ksys_status allocate(uint64_t bytes, void** block) {
+    check(0 <= count_ && count_ < capacity_);
+    void** const variable = &blocks_[count_];
+    const ksys_status status = ksys_memory_alloc_internal(bytes, variable);
+    if (failed(status)) return status;
+    push(ksys_cleanupMemory, variable, ksys_memory_free_internal);
+    *block = *variable;
+    return status;
+  }
+  // A block from ksys_memory_alloc_internal that stays with its record when the call succeeds; `block` is the variable
+  // in that record.
   void pushKeptMemory(void** block) { push(ksys_cleanupKeptMemory, block, ksys_memory_free_internal); }
-  // A constructed object, with its destruct operation: pushObject<kimg_image_destruct>(&image).
+  // A constructed object, which outlives the call of withCleanup, with its destruct operation:
+  // pushObject<kimg_image_destruct>(&image).
   template <auto Destruct, typename Object>
   void pushObject(Object* object) {
     push(ksys_cleanupObject, object, [](void* address) { Destruct(static_cast<Object*>(address)); });
@@ -33,8 +44,8 @@ class Cleanup {
   }
 
  protected:
-  Cleanup(ksys_cleanupEntry* entries, int32_t capacity)
-      : entries_(entries), capacity_(capacity), tag_(ksys_cleanup_getNextTag()) {}
+  Cleanup(ksys_cleanupEntry* entries, void** blocks, int32_t capacity)
+      : entries_(entries), blocks_(blocks), capacity_(capacity), tag_(ksys_cleanup_getNextTag()) {}
   ~Cleanup() = default;
 
   ksys_status finish(ksys_status status) {
@@ -53,6 +64,7 @@ class Cleanup {
   }
 
   ksys_cleanupEntry* entries_;
+  void** blocks_;  // one variable for each entry
   int32_t capacity_;
   int32_t count_ = 0;
   uint32_t tag_;
@@ -62,14 +74,16 @@ class Cleanup {
 template <size_t Capacity>
 class CleanupStack final : public Cleanup {
  public:
-  CleanupStack() : Cleanup(entries_, int32_t{Capacity}) {}
+  CleanupStack() : Cleanup(entries_, blocks_, int32_t{Capacity}) {}
   using Cleanup::finish;
 
  private:
   ksys_cleanupEntry entries_[Capacity];
+  void* blocks_[Capacity];
 };
 
-// Runs `body` with a clean-up stack of that capacity and then the stack, whatever status the body returns.
+// Runs `body` with a clean-up stack of that capacity and then the stack, whatever status the body returns. Objects that
+// the body pushes are declared outside it: they are destructed after its own variables are gone.
 template <size_t Capacity, typename Body>
 ksys_status withCleanup(Body&& body) {
   CleanupStack<Capacity> cleanup;

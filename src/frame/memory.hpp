@@ -9,23 +9,17 @@
 
 namespace kip {
 
-// A working buffer that the call's clean-up stack releases.
+// A working buffer that lives until the end of the call that allocates it.
 template <typename Element>
 class Buffer {
  public:
-  Buffer() = default;
-  Buffer(const Buffer&) = delete;
-  Buffer& operator=(const Buffer&) = delete;
-
   // `count` elements, not initialised; fails when the bytes leave 64 bits or memory is short.
   [[nodiscard]] ksys_status allocate(Cleanup& cleanup, int64_t count) {
     uint64_t bytes = 0;
     if (count < 0 || __builtin_mul_overflow(static_cast<uint64_t>(count), sizeof(Element), &bytes)) {
       return KSYS_STATUS_NO_MEMORY;
     }
-    const ksys_status status = ksys_memory_alloc_internal(bytes, &block_);
-    if (!failed(status)) cleanup.pushMemory(&block_);
-    return status;
+    return cleanup.allocate(bytes, &block_);
   }
 
   // The same, all bytes 0.

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef KIP_SRC_HOST_COUNTED_HPP
-#define KIP_SRC_HOST_COUNTED_HPP
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -19,5 +18,3 @@ class Counted {
 };
 
 }  // namespace kiphost
-
-#endif

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How pixels lie in memory.
-#ifndef KIP_SRC_HOST_KIMG_LAYOUT_HPP
-#define KIP_SRC_HOST_KIMG_LAYOUT_HPP
+#pragma once
 
 #include <cstdint>
 #include <type_traits>
@@ -46,5 +45,3 @@ Pointer* moved(Pointer* pixels, int64_t columns, int64_t rows, int32_t pixelByte
 }
 
 }  // namespace kiphost
-
-#endif

@@ -21,7 +21,7 @@ using kiphost::windowOf;
 
 // Points the window to all of these pixels.
 template <class Window, class Pointer>
-void initOver(Window& window, const kstd_rect32& rect, int32_t stride, int32_t pixelBytes, Pointer* pixels) {
+void initOver(Window& window, kstd_rect32 rect, int32_t stride, int32_t pixelBytes, Pointer* pixels) {
   window = {};
   if (isNull(rect)) return;
   window = {rect.width, rect.height, rect.x, rect.y, rect, stride, pixelBytes, pixels, 1, 0};
@@ -42,10 +42,11 @@ ksys_status initOnImage(Window& window, const kimg_image& image, int32_t pixelBy
 
 template <class Window, class Pixel>
 ksys_status initFromMemory(Window& window, const kstd_rect32& rect, Pixel* pixels, int32_t stride) {
-  const kstd_rect32 copy = rect;  // may be a part of the window
-  window = {};
-  if (!kiphost::isUsableMemory(copy, pixels, stride, 1)) return KSYS_STATUS_BAD_ARGUMENT;
-  initOver(window, copy, copy.height > 1 ? stride : copy.width, int32_t{sizeof(Pixel)}, pixels);
+  if (!kiphost::isUsableMemory(rect, pixels, stride, 1)) {
+    window = {};
+    return KSYS_STATUS_BAD_ARGUMENT;
+  }
+  initOver(window, rect, rect.height > 1 ? stride : rect.width, int32_t{sizeof(Pixel)}, pixels);
   return 0;
 }
 
@@ -80,8 +81,7 @@ ksys_status pointTo(Window& window, const kstd_rect32& rect) {
 
 template <class Window>
 ksys_status windowRect(Window& window, const kstd_rect32& rect, int32_t* flag) {
-  const kstd_rect32 copy = rect;  // may be a part of the window
-  const ksys_status status = pointTo(window, copy);
+  const ksys_status status = pointTo(window, rect);
   if (flag == nullptr) return status;
   *flag = status != 0;
   return 0;

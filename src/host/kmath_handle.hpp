@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef KIP_SRC_HOST_KMATH_HANDLE_HPP
-#define KIP_SRC_HOST_KMATH_HANDLE_HPP
+#pragma once
 
 #include "kip/host/kmath.h"
 
@@ -13,5 +12,3 @@ void assign(kmath_xformPtrhConst& to, const kmath_xformPtrhConst& from);
 ksys_status assignInverse(kmath_xformPtrhConst& to, const kmath_xformPtrhConst& from);
 
 }  // namespace kiphost
-
-#endif

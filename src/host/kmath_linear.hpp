@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef KIP_SRC_HOST_KMATH_LINEAR_HPP
-#define KIP_SRC_HOST_KMATH_LINEAR_HPP
+#pragma once
 
 #include "kip/host/kmath.h"
 
@@ -46,5 +45,3 @@ inline ksFXform toFloat(const kmath_xformLinear& x) {
 }
 
 }  // namespace kiphost
-
-#endif

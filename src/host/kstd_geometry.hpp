@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Geometry of rectangles, for kstd_rect32 and ksIRegion alike.
-#ifndef KIP_SRC_HOST_KSTD_GEOMETRY_HPP
-#define KIP_SRC_HOST_KSTD_GEOMETRY_HPP
+#pragma once
 
 #include <algorithm>
 #include <cstdint>
@@ -31,7 +30,6 @@ constexpr bool encloses(const Rect& outer, const Rect& inner) {
 
 template <class Rect>
 constexpr Rect intersection(const Rect& a, const Rect& b) {
-  if (isNull(a) || isNull(b)) return {};
   const int32_t x = std::max(a.x, b.x), y = std::max(a.y, b.y);
   const int64_t width = std::min(endX(a), endX(b)) - x, height = std::min(endY(a), endY(b)) - y;
   if (width < 1 || height < 1) return {};
@@ -39,5 +37,3 @@ constexpr Rect intersection(const Rect& a, const Rect& b) {
 }
 
 }  // namespace kiphost
-
-#endif

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef KIP_SRC_HOST_STATUS_HPP
-#define KIP_SRC_HOST_STATUS_HPP
+#pragma once
 
 #include "kip/host/ksys.h"
 
@@ -11,5 +10,3 @@ namespace kiphost {
 }
 
 }  // namespace kiphost
-
-#endif

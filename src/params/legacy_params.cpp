@@ -8,7 +8,7 @@
 
 namespace {
 
-ksGaussParams makeDefault() {
+constexpr ksGaussParams makeDefault() {
   return {.xSample = 1,
           .ySample = 1,
           .xSigma = 0,
@@ -17,17 +17,20 @@ ksGaussParams makeDefault() {
           .extendBorder = 0,
           .roundResult = 0,
           .scale = 1.0f,
-          .dstTemplate = nullptr,
+          .dstTemplate = &ksImageNull,
           .reserved = nullptr};
 }
 
-ksGaussParams defaultParams = makeDefault();
+constinit ksGaussParams defaultParams = makeDefault();
 
 }  // namespace
 
 const ksGaussParams* ksGaussParamsNull() {
-  // Callers on several threads store the same address.
-  std::atomic_ref(defaultParams.dstTemplate).store(&ksImageNull, std::memory_order_relaxed);
+  // Restored should a caller have written to it; never stored otherwise, because other threads may be reading.
+  const std::atomic_ref dstTemplate(defaultParams.dstTemplate);
+  if (dstTemplate.load(std::memory_order_relaxed) != &ksImageNull) {
+    dstTemplate.store(&ksImageNull, std::memory_order_relaxed);
+  }
   return &defaultParams;
 }
 

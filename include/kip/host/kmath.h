@@ -15,11 +15,11 @@ typedef struct ksFXform {
 
 /* Each element is computed in double from the float inputs and rounded once; a zero translation is +0. Outputs may be
  * the same record as an input. */
-void ksFXformElemCT(ksFXform *out, float m00, float m01, float m10, float m11, float tx, float ty);
+void ksFXformElemCT(ksFXform* out, float m00, float m01, float m10, float m11, float tx, float ty);
 /* A singular matrix gives non-finite elements. */
-void ksFXformInv(const ksFXform *in, ksFXform *out);
+void ksFXformInv(const ksFXform* in, ksFXform* out);
 /* out(p) = a(b(p)) */
-void ksFXformCompose(const ksFXform *a, const ksFXform *b, ksFXform *out);
+void ksFXformCompose(const ksFXform* a, const ksFXform* b, ksFXform* out);
 
 /* ---- linear transforms in double precision ---- */
 
@@ -27,43 +27,45 @@ typedef struct kmath_xformLinear {
   double tx, ty, m00, m01, m10, m11;
 } kmath_xformLinear;
 
-ksys_status kmath_xformLinear_initMatrixTransElements(kmath_xformLinear *out, double m00, double m01, double m10,
+ksys_status kmath_xformLinear_initMatrixTransElements(kmath_xformLinear* out, double m00, double m01, double m10,
                                                       double m11, double tx, double ty);
 /* KSYS_STATUS_NOT_INVERTIBLE for a singular matrix; *out is then unchanged. */
-ksys_status kmath_xformLinear_getInverse(const kmath_xformLinear *in, kmath_xformLinear *out);
+ksys_status kmath_xformLinear_getInverse(const kmath_xformLinear* in, kmath_xformLinear* out);
 /* out(p) = a(b(p)) */
-ksys_status kmath_xformLinear_initCompose(kmath_xformLinear *out, const kmath_xformLinear *a, const kmath_xformLinear *b);
+ksys_status kmath_xformLinear_initCompose(kmath_xformLinear* out, const kmath_xformLinear* a,
+                                          const kmath_xformLinear* b);
 
 /* ---- transform handles: a counted reference to a shared, unchanging transform that may be non-linear ---- */
 
 typedef struct kmath_xformPtrhConst {
-  const struct kmath_xform *xform; /* the host's; null: the identity */
+  const struct kmath_xform* xform; /* the host's; null: the identity */
 } kmath_xformPtrhConst;
 
 /* A constructed handle refers to the identity until it is filled. What constructs a handle needs a record that is not
  * constructed yet; what assigns, needs a constructed one. */
-ksys_status kmath_xformPtrhConst_construct(kmath_xformPtrhConst *handle);
-ksys_status kmath_xformPtrhConst_constructLinear(kmath_xformPtrhConst *handle, const kmath_xformLinear *linear);
+ksys_status kmath_xformPtrhConst_construct(kmath_xformPtrhConst* handle);
+ksys_status kmath_xformPtrhConst_constructLinear(kmath_xformPtrhConst* handle, const kmath_xformLinear* linear);
 /* A transform given by a pair of callbacks, each the other's inverse; `release` (may be null) is called once with
  * `context` when the last reference goes. On failure `context` stays the caller's. */
-ksys_status kmath_xformPtrhConst_constructFunction(kmath_xformPtrhConst *handle,
-                                                   void (*map)(void *context, const double in[2], double out[2]),
-                                                   void (*unmap)(void *context, const double in[2], double out[2]),
-                                                   void *context, void (*release)(void *context));
+ksys_status kmath_xformPtrhConst_constructFunction(kmath_xformPtrhConst* handle,
+                                                   void (*map)(void* context, const double in[2], double out[2]),
+                                                   void (*unmap)(void* context, const double in[2], double out[2]),
+                                                   void* context, void (*release)(void* context));
 /* Also of a destructed handle and of a record of zeros. */
-void kmath_xformPtrhConst_destruct(kmath_xformPtrhConst *handle);
-ksys_status kmath_xformPtrhConst_getIsLinear(const kmath_xformPtrhConst *handle, int32_t *isLinear);
-/* The linear transform that agrees with the handle's in value and slope at `point`; a linear handle's own, unchanged. */
-ksys_status kmath_xformPtrhConst_getLinear(const kmath_xformPtrhConst *handle, const double point[2],
-                                           kmath_xformLinear *linear);
+void kmath_xformPtrhConst_destruct(kmath_xformPtrhConst* handle);
+ksys_status kmath_xformPtrhConst_getIsLinear(const kmath_xformPtrhConst* handle, int32_t* isLinear);
+/* The linear transform that agrees with the handle's in value and slope at `point`; a linear handle's own, unchanged.
+ */
+ksys_status kmath_xformPtrhConst_getLinear(const kmath_xformPtrhConst* handle, const double point[2],
+                                           kmath_xformLinear* linear);
 /* out(p) = a(b(p)); `out` is assigned and may be a or b. Two linear transforms give a linear one. */
-ksys_status kmath_xformPtrhConst_assignCompose(kmath_xformPtrhConst *out, const kmath_xformPtrhConst *a,
-                                               const kmath_xformPtrhConst *b);
-ksys_status kmath_xformPtrhConst_mapPoint(const kmath_xformPtrhConst *handle, const double in[2], double out[2]);
+ksys_status kmath_xformPtrhConst_assignCompose(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
+                                               const kmath_xformPtrhConst* b);
+ksys_status kmath_xformPtrhConst_mapPoint(const kmath_xformPtrhConst* handle, const double in[2], double out[2]);
 
 /* Type checks: called on a handle and its destructor before they go onto a clean-up stack. */
-void ksys_typeCheck_kmath_xformPtrhConst(const kmath_xformPtrhConst *object);
-void ksys_typeCheckFunc_kmath_xformPtrhConst(void (*destructor)(kmath_xformPtrhConst *));
+void ksys_typeCheck_kmath_xformPtrhConst(const kmath_xformPtrhConst* object);
+void ksys_typeCheckFunc_kmath_xformPtrhConst(void (*destructor)(kmath_xformPtrhConst*));
 
 /* ---- numeric helpers ---- */
 

@@ -16,12 +16,12 @@ typedef struct kstd_rect32 {
 } kstd_rect32;
 
 /* Any values are accepted, null and negative sizes included. */
-ksys_status kstd_rect32_init(kstd_rect32 *rect, int32_t x, int32_t y, int32_t width, int32_t height);
+ksys_status kstd_rect32_init(kstd_rect32* rect, int32_t x, int32_t y, int32_t width, int32_t height);
 /* *equal: 1 when all four fields agree, else 0. */
-ksys_status kstd_rect32_compareEqual(const kstd_rect32 *a, const kstd_rect32 *b, int32_t *equal);
+ksys_status kstd_rect32_compareEqual(const kstd_rect32* a, const kstd_rect32* b, int32_t* equal);
 /* The common part; (0, 0, 0, 0) when there is none. */
-ksys_status kstd_rect32_intersect(const kstd_rect32 *a, const kstd_rect32 *b, kstd_rect32 *out);
-ksys_status kstd_rect32_getIsNull(const kstd_rect32 *rect, int32_t *isNull);
+ksys_status kstd_rect32_intersect(const kstd_rect32* a, const kstd_rect32* b, kstd_rect32* out);
+ksys_status kstd_rect32_getIsNull(const kstd_rect32* rect, int32_t* isNull);
 
 /* The legacy form of a rectangle. The operations below give the null region (0, 0, 0, 0) whenever an operand or the
  * result has no pixel, and compute in 64 bits; fields outside 32 bits saturate. */
@@ -31,15 +31,15 @@ typedef struct ksIRegion {
 
 extern const ksIRegion ksIRegionNull;
 
-void ksIRegionCT(int32_t x, int32_t y, int32_t width, int32_t height, ksIRegion *out);
-int32_t ksIRegionIsNull(const ksIRegion *region);
-void ksIRegionIntersect(const ksIRegion *a, const ksIRegion *b, ksIRegion *out);
+void ksIRegionCT(int32_t x, int32_t y, int32_t width, int32_t height, ksIRegion* out);
+int32_t ksIRegionIsNull(const ksIRegion* region);
+void ksIRegionIntersect(const ksIRegion* a, const ksIRegion* b, ksIRegion* out);
 /* Every pixel of b lies in a: true for a null b, false for a null a and a b with pixels. */
-int32_t ksIRegionContains(const ksIRegion *a, const ksIRegion *b);
+int32_t ksIRegionContains(const ksIRegion* a, const ksIRegion* b);
 /* The region swept by k placed at every pixel of a. */
-void ksIRegionDilate(const ksIRegion *a, const ksIRegion *k, ksIRegion *out);
+void ksIRegionDilate(const ksIRegion* a, const ksIRegion* k, ksIRegion* out);
 /* The positions at which k lies inside a. */
-void ksIRegionErode(const ksIRegion *a, const ksIRegion *k, ksIRegion *out);
+void ksIRegionErode(const ksIRegion* a, const ksIRegion* k, ksIRegion* out);
 
 /* Reports an argument check that failed at that source line. The default prints the line and aborts; a handler may
  * leave by a jump or by ending the process, and when it returns the process is aborted. */
@@ -49,7 +49,7 @@ typedef void (*kstd_assertHandler)(int32_t line);
 void kstd_assert_setHandler(kstd_assertHandler handler);
 
 /* Asked for the name of each optimized path before it runs; non-zero forbids the path. Null: nothing is forbidden. */
-extern int32_t (*kprt_isOptimizationInhibitedFP)(const wchar_t *name);
+extern int32_t (*kprt_isOptimizationInhibitedFP)(const wchar_t* name);
 
 KSYS_DECLARATIONS_END
 
