@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kernelcheck {
+
+enum class Fault { none, guardPage, failedCheck, status, region, wrongEngine, wroteOutside, pixels };
+
+struct Verdict {
+  Fault fault = Fault::none;
+  std::string detail;
+};
+
+// A kernel at one level, with its cases.
+struct Row {
+  std::string name;  // kernel/level
+  int32_t cases;
+  std::function<std::string(uint64_t seed, int32_t index)> describe;
+  std::function<Verdict(uint64_t seed, int32_t index)> check;
+  std::function<double()> bench;  // nanoseconds per source pixel
+};
+
+// Runs the call: guardPage when it touched memory that it must not, failedCheck when an argument check ended it.
+Fault runGuarded(const std::function<void()>& call);
+
+void addGaussRows(std::vector<Row>& rows);
+
+// Runs deliberately broken kernels; true when the checker caught every one by its fault.
+bool selfTest(uint64_t seed);
+
+}  // namespace kernelcheck

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "oracle/masked_oracle.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+namespace oracle {
+
+namespace {
+
+struct Axis {
+  int64_t sample, sigma, origin, size;  // origin and size: of the source
+
+  [[nodiscard]] int64_t firstTap(int64_t pixel) const {
+    return pixel * sample + sample / 2 + (sample & (sigma + 1) & 1) - 1 - 3 * sigma / 2;
+  }
+  // The source element under a tap, mirrored once; -1: none.
+  [[nodiscard]] int64_t element(int64_t tap) const {
+    const int64_t index = tap - origin;
+    const int64_t mirrored = index < 0 ? -index - 1 : index < size ? index : 2 * size - 1 - index;
+    return mirrored >= 0 && mirrored < size ? mirrored : -1;
+  }
+  // The source element at the sample position of the index-th pixel of a destination that begins at `first`.
+  [[nodiscard]] int64_t sampleOf(int64_t first, int64_t index) const {
+    return std::max<int64_t>(firstTap(first) - origin, 0) + index * sample;
+  }
+  // How often each source element counts for a pixel: by the weights of three boxes, or once a tap.
+  [[nodiscard]] std::vector<int64_t> weights(int64_t pixel, bool boxes) const {
+    std::vector<int64_t> taps(static_cast<size_t>(3 * sigma + 1), 1);
+    for (int64_t t = 0; boxes && t <= 3 * sigma; ++t) {
+      int64_t ways = 0;  // t as a sum of three offsets in 0 ... sigma
+      for (int64_t a = 0; a <= sigma; ++a) {
+        ways += std::max<int64_t>(0, std::min(sigma, t - a) - std::max<int64_t>(0, t - a - sigma) + 1);
+      }
+      taps[static_cast<size_t>(t)] = ways;
+    }
+    std::vector<int64_t> result(static_cast<size_t>(size), 0);
+    for (int64_t t = 0; t <= 3 * sigma; ++t) {
+      const int64_t at = element(firstTap(pixel) + t);
+      if (at >= 0) result[static_cast<size_t>(at)] += taps[static_cast<size_t>(t)];
+    }
+    return result;
+  }
+};
+
+// For every destination pixel the weighted sum of value(element index).
+std::vector<int64_t> sums(const Axis& xs, const Axis& ys, const ksIRegion& destination, bool boxes,
+                          const std::function<int64_t(size_t)>& value) {
+  const auto width = static_cast<size_t>(xs.size);
+  std::vector<std::vector<int64_t>> columnWeights;
+  for (int32_t u = 0; u < destination.width; ++u)
+    columnWeights.push_back(xs.weights(int64_t{destination.x} + u, boxes));
+  std::vector<int64_t> result;
+  for (int32_t v = 0; v < destination.height; ++v) {
+    const std::vector<int64_t> rowWeights = ys.weights(int64_t{destination.y} + v, boxes);
+    std::vector<int64_t> line(width, 0);
+    for (size_t y = 0; y < rowWeights.size(); ++y) {
+      for (size_t x = 0; rowWeights[y] != 0 && x < width; ++x) line[x] += rowWeights[y] * value(y * width + x);
+    }
+    for (const std::vector<int64_t>& weights : columnWeights) {
+      int64_t sum = 0;
+      for (size_t x = 0; x < width; ++x) sum += weights[x] * line[x];
+      result.push_back(sum);
+    }
+  }
+  return result;
+}
+
+Axis xAxis(const MaskedRequest& r) {
+  return {r.params.xSample, r.params.xSigma, r.region.x, r.region.width};
+}
+Axis yAxis(const MaskedRequest& r) {
+  return {r.params.ySample, r.params.ySigma, r.region.y, r.region.height};
+}
+
+// Index of the element at a destination pixel's sample position, by the destination's rows.
+std::vector<size_t> samples(const MaskedRequest& r, const ksIRegion& destination) {
+  std::vector<size_t> result;
+  for (int32_t v = 0; v < destination.height; ++v) {
+    for (int32_t u = 0; u < destination.width; ++u) {
+      const int64_t row = yAxis(r).sampleOf(destination.y, v);
+      result.push_back(static_cast<size_t>(row * r.region.width + xAxis(r).sampleOf(destination.x, u)));
+    }
+  }
+  return result;
+}
+
+int64_t threshold(const kip_gaussParams& p) {
+  const double area = (3.0 * p.xSigma + 1.0) * (3.0 * p.ySigma + 1.0);
+  return std::max<int64_t>(1, static_cast<int64_t>(std::floor(area * p.filterMask.minCoverage + 0.5)));
+}
+
+int32_t stored(const MaskedRequest& r, double value) {
+  if (!(value >= 0.0)) return 0;
+  return value >= r.largest ? r.largest : static_cast<int32_t>(value);
+}
+
+int32_t scaledSample(const MaskedRequest& r, size_t sample) {
+  return stored(r, r.pixels[sample] * r.params.scale + (r.params.roundResult != 0 ? 0.5 : 0.0));
+}
+
+}  // namespace
+
+MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) {
+  const auto counts = [&r](size_t i) -> int64_t { return r.byLowestBit ? r.srcMask[i] & 1 : r.srcMask[i] != 0; };
+  const auto seen = [&](size_t i) { return r.byLowestBit ? r.pixels[i] & r.srcMask[i] : counts(i) * r.pixels[i]; };
+  const Axis xs = xAxis(r), ys = yAxis(r);
+  const std::vector<int64_t> image = sums(xs, ys, destination, true, seen);
+  const std::vector<int64_t> mask = sums(xs, ys, destination, true, counts);
+  const std::vector<int64_t> coverage = sums(xs, ys, destination, false, counts);
+  const std::vector<size_t> at = samples(r, destination);
+  const kip_filterMaskParams& rule = r.params.filterMask;
+  const std::vector<uint8_t>& restriction =
+      r.sampleMask.empty() && rule.allowMaskedSample == 0 ? r.srcMask : r.sampleMask;
+  MaskedResult result;
+  for (size_t i = 0; i < at.size(); ++i) {
+    const bool valid = (rule.useCoverage != 0 ? coverage[i] >= threshold(r.params) : r.srcMask[at[i]] != 0) &&
+                       (restriction.empty() || restriction[at[i]] != 0) && mask[i] > 0;
+    const double half = r.params.roundResult != 0 ? 0.5 : 0.0;
+    const double mean = static_cast<double>(image[i]) * r.params.scale / static_cast<double>(mask[i]) + half;
+    result.pixels.push_back(valid ? stored(r, mean) : scaledSample(r, at[i]));
+    result.mask.push_back(valid ? 255 : 0);
+  }
+  return result;
+}
+
+std::vector<uint8_t> resultMask(const MaskedRequest& r, const ksIRegion& destination) {
+  const std::vector<int64_t> coverage =
+      sums(xAxis(r), yAxis(r), destination, false, [&r](size_t i) -> int64_t { return r.srcMask[i] >= 128 ? 1 : 0; });
+  const std::vector<size_t> at = samples(r, destination);
+  std::vector<uint8_t> result;
+  for (size_t i = 0; i < at.size(); ++i) {
+    const bool valid = coverage[i] >= threshold(r.params) && (r.sampleMask.empty() || r.sampleMask[at[i]] != 0);
+    result.push_back(valid ? 255 : 0);
+  }
+  return result;
+}
+
+void repair(const MaskedRequest& r, const ksIRegion& destination, MaskedResult& smoothed) {
+  const std::vector<size_t> at = samples(r, destination);
+  smoothed.mask.assign(at.size(), 255);
+  for (size_t i = 0; i < at.size() && !r.sampleMask.empty(); ++i) {
+    smoothed.mask[i] = r.sampleMask[at[i]];
+    if (smoothed.mask[i] == 0) smoothed.pixels[i] = scaledSample(r, at[i]);
+  }
+}
+
+}  // namespace oracle

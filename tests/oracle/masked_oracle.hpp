@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+// What masked smoothing means, computed by its definition. Shares no code with the library, only its public records.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "kip/params.h"
+
+namespace oracle {
+
+// Pictures and masks lie row by row over `region`, where the source ends; an empty mask is absent.
+struct MaskedRequest {
+  ksIRegion region;
+  std::vector<int32_t> pixels;
+  std::vector<uint8_t> srcMask, sampleMask;
+  kip_gaussParams params;
+  int32_t largest = 255;     // of the result's pixels
+  bool byLowestBit = false;  // pixels count by the lowest bit of their mask byte, through which they are also seen
+};
+
+struct MaskedResult {
+  std::vector<int32_t> pixels;
+  std::vector<uint8_t> mask;
+};
+
+// With a source mask: the pixels of that destination rectangle, which the source supplies.
+MaskedResult smoothMasked(const MaskedRequest& request, const ksIRegion& destination);
+
+// Valid pixels from the value 128 on, counted; params.filterMask.minCoverage decides.
+std::vector<uint8_t> resultMask(const MaskedRequest& request, const ksIRegion& destination);
+
+// Without a source mask: `smoothed` becomes the source where the sample mask is 0.
+void repair(const MaskedRequest& request, const ksIRegion& destination, MaskedResult& smoothed);
+
+}  // namespace oracle

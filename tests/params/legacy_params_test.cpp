@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "kip/params.h"
+#include "support/host_seams.hpp"
+
+namespace {
+
+TEST(LegacyParams, TheDefaultRecordIsSharedAndChangesNothing) {
+  const ksGaussParams* const params = ksGaussParamsNull();
+  EXPECT_EQ(params, ksGaussParamsNull());
+  EXPECT_EQ(params->xSample, 1);
+  EXPECT_EQ(params->ySample, 1);
+  EXPECT_EQ(params->xSigma, 0);
+  EXPECT_EQ(params->ySigma, 0);
+  EXPECT_EQ(params->peakNormalize, 0);
+  EXPECT_EQ(params->extendBorder, 0);
+  EXPECT_EQ(params->roundResult, 0);
+  EXPECT_EQ(params->scale, 1.0f);
+  EXPECT_EQ(params->dstTemplate, &ksImageNull);
+  EXPECT_EQ(params->reserved, nullptr);
+}
+
+TEST(LegacyParams, NullParamsLookAtWhatChangesPixels) {
+  constexpr struct {
+    int32_t isNull;
+    void (*change)(ksGaussParams&);
+  } cases[] = {
+      {1, [](auto&) {}},
+      {1, [](auto& p) { p.peakNormalize = p.extendBorder = p.roundResult = 1; }},
+      {0, [](auto& p) { p.xSample = 2; }},
+      {0, [](auto& p) { p.ySample = 2; }},
+      {0, [](auto& p) { p.xSigma = 1; }},
+      {0, [](auto& p) { p.ySigma = 1; }},
+      {0, [](auto& p) { p.scale = 0.5f; }},
+      {0, [](auto& p) { p.dstTemplate = &ksUSImageNull; }},
+  };
+  for (const auto& test : cases) {
+    ksGaussParams params = *ksGaussParamsNull();
+    test.change(params);
+    EXPECT_EQ(kfGaussNullParams(&params), test.isNull) << &test - cases;
+  }
+  EXPECT_TRUE(kiptest::failsCheck([] { kfGaussNullParams(nullptr); }));
+}
+
+TEST(LegacyParams, TheDefaultRecordMayBeAskedForOnSeveralThreads) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int n = 0; n < 1000; ++n) EXPECT_EQ(kfGaussNullParams(ksGaussParamsNull()), 1);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a test switches in the host, switched back at the end of the scope. One object of each kind at a time.
+#pragma once
+
+#include <csetjmp>
+#include <string>
+#include <vector>
+
+#include "kip/host/kstd.h"
+#include "kip/host/ksys.h"
+
+namespace kiptest {
+
+// Counts the host's questions of one kind and answers the failAt-th (from 1) with a failure.
+template <auto SetHandler>
+class Probe {
+ public:
+  explicit Probe(int64_t failAt = 0, ksys_status failure = KSYS_STATUS(0x8000BEEF))
+      : failAt_(failAt), failure_(failure) {
+    SetHandler([](void* self, auto...) { return static_cast<Probe*>(self)->answer(); }, this);
+  }
+  Probe(const Probe&) = delete;
+  Probe& operator=(const Probe&) = delete;
+  ~Probe() { SetHandler(nullptr, nullptr); }
+
+  [[nodiscard]] int64_t count() const { return count_; }
+  [[nodiscard]] ksys_status failure() const { return failure_; }
+
+ private:
+  ksys_status answer() { return ++count_ == failAt_ ? failure_ : 0; }
+
+  int64_t failAt_;
+  ksys_status failure_;
+  int64_t count_ = 0;
+};
+
+using AllocationProbe = Probe<ksys_memory_setHandler>;
+using AttentionProbe = Probe<ksys_attention_setHandler>;
+
+// Records the names of the optimized paths that are asked for and forbids those listed.
+class InhibitProbe {
+ public:
+  explicit InhibitProbe(std::vector<std::wstring> forbidden = {}) {
+    names_.clear();
+    forbidden_ = std::move(forbidden);
+    kprt_isOptimizationInhibitedFP = [](const wchar_t* name) -> int32_t {
+      names_.emplace_back(name);
+      for (const std::wstring& one : forbidden_) {
+        if (one == name) return 1;
+      }
+      return 0;
+    };
+  }
+  InhibitProbe(const InhibitProbe&) = delete;
+  InhibitProbe& operator=(const InhibitProbe&) = delete;
+  ~InhibitProbe() { kprt_isOptimizationInhibitedFP = nullptr; }
+
+  [[nodiscard]] const std::vector<std::wstring>& names() const { return names_; }
+
+ private:
+  // the host's query has no context argument
+  static inline std::vector<std::wstring> names_, forbidden_;
+};
+
+// The processor that the library sees; {0, 0} has no vectorised level.
+class ProcessorOverride {
+ public:
+  ProcessorOverride(int32_t vendor, int32_t features) { ksys_cpuinfo_setOverride(vendor, features); }
+  ProcessorOverride(const ProcessorOverride&) = delete;
+  ProcessorOverride& operator=(const ProcessorOverride&) = delete;
+  ~ProcessorOverride() { ksys_cpuinfo_clearOverride(); }
+};
+
+class ProcessorFailure {
+ public:
+  explicit ProcessorFailure(ksys_status status) { ksys_cpuinfo_setFailure(status); }
+  ProcessorFailure(const ProcessorFailure&) = delete;
+  ProcessorFailure& operator=(const ProcessorFailure&) = delete;
+  ~ProcessorFailure() { ksys_cpuinfo_setFailure(0); }
+};
+
+namespace detail {
+inline std::jmp_buf checkFailed;
+}
+
+// Whether the call ends in a failed argument check. It is left by a jump: nothing that it created is destructed.
+template <typename Call>
+[[nodiscard]] bool failsCheck(const Call& call) {
+  kstd_assert_setHandler([](int32_t) { std::longjmp(detail::checkFailed, 1); });
+  if (setjmp(detail::checkFailed) == 0) {
+    call();
+    kstd_assert_setHandler(nullptr);
+    return false;
+  }
+  kstd_assert_setHandler(nullptr);
+  return true;
+}
+
+}  // namespace kiptest

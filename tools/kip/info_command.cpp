@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cinttypes>
+#include <cstdio>
+
+#include "commands.hpp"
+#include "engines.hpp"
+#include "error.hpp"
+#include "kip/host/ksys.h"
+#include "status_text.hpp"
+
+namespace kip::tool {
+namespace {
+
+struct Feature {
+  int32_t bit;
+  const char* name;
+};
+
+constexpr Feature kFeatures[] = {
+    {ksys_cpuMmxSse2, "MMX and SSE2"},
+    {ksys_cpuSse2Integer, "128-bit integer vectors (SSE2)"},
+    {ksys_cpuSse41, "SSE4.1"},
+    {ksys_cpuAvx2, "AVX2, registers saved by the operating system"},
+};
+
+void printInfo() {
+  ksys_cpuinfo processor;
+  const ksys_status status = ksys_cpuinfo_init(&processor);
+  if (status < 0) throw Error("processor information: " + statusText(status));
+  std::printf("kip %s\n\nprocessor: vendor %" PRId32 ", features 0x%08" PRIX32 "\n", KIP_VERSION, processor.vendor,
+              static_cast<uint32_t>(processor.features));
+  for (const Feature& feature : kFeatures) {
+    std::printf("  %-46s %s\n", feature.name, (processor.features & feature.bit) != 0 ? "yes" : "no");
+  }
+  std::printf("\nengines:\n");
+  for (const EngineState& engine : listEngines()) {
+    std::printf("  %-46s %s\n", engine.name.c_str(), engine.state.c_str());
+  }
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app) {
+  app.add_subcommand("info", "Print the version, what the processor offers and which engines can be used")
+      ->callback(printInfo);
+}
+
+}  // namespace kip::tool

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdio>
+#include <new>
+
+#include "commands.hpp"
+#include "error.hpp"
+#include "output_file.hpp"
+
+namespace {
+
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+// One line, whatever a file's name or a command line may hold.
+int complain(std::string text, ExitCode code) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = ' ';
+  }
+  std::fprintf(stderr, "kip: %s\n", text.c_str());
+  return code;
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Gaussian smoothing of grey pictures. Each command has a --help of its own.", "kip");
+  app.set_version_flag("--version", "kip " KIP_VERSION);
+  app.require_subcommand(1);
+  kip::tool::addSmoothCommand(app);
+  kip::tool::addInfoCommand(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) return complain(std::string(error.what()) + " (see --help)", kWrongUsage);
+    app.exit(error);
+  }
+  if (std::fflush(stdout) != 0 || !std::cout.flush()) return complain("standard output: cannot write", kFailed);
+  return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  kip::tool::prepareSignals();
+  try {
+    return run(argc, argv);
+  } catch (const kip::tool::UsageError& error) {
+    return complain(error.what(), kWrongUsage);
+  } catch (const std::bad_alloc&) {
+    return complain("not enough memory", kFailed);
+  } catch (const std::exception& error) {
+    return complain(error.what(), kFailed);
+  }
+}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "numbers.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+#include <vector>
+
+#include "error.hpp"
+
+namespace kip::tool {
+namespace {
+
+[[noreturn]] void refuse(const std::string& option, const std::string& text, const std::string& expected) {
+  throw UsageError(option + " " + text + ": " + expected);
+}
+
+template <typename Number>
+bool parseAll(const std::string& text, Number& value) {
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc() && rest == end;
+}
+
+// The numbers between the commas; none at all when one is no number.
+std::vector<int32_t> parseList(const std::string& text) {
+  std::vector<int32_t> numbers;
+  for (size_t begin = 0; begin <= text.size();) {
+    const size_t end = std::min(text.find(',', begin), text.size());
+    if (int32_t number = 0; parseAll(text.substr(begin, end - begin), number)) {
+      numbers.push_back(number);
+    } else {
+      return {};
+    }
+    begin = end + 1;
+  }
+  return numbers;
+}
+
+}  // namespace
+
+std::array<int32_t, 2> parsePair(const std::string& option, const std::string& text, int32_t least) {
+  const std::vector<int32_t> numbers = parseList(text);
+  if (numbers.empty() || numbers.size() > 2) refuse(option, text, "one whole number or two with a comma are expected");
+  for (const int32_t number : numbers) {
+    if (number < least || number > kMaxPairValue) {
+      refuse(option, text, "must lie in " + std::to_string(least) + " to " + std::to_string(kMaxPairValue));
+    }
+  }
+  return {numbers.front(), numbers.back()};
+}
+
+std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text) {
+  const std::vector<int32_t> numbers = parseList(text);
+  if (numbers.size() != 4) refuse(option, text, "four whole numbers X,Y,W,H are expected");
+  if (numbers[0] < 0 || numbers[1] < 0) refuse(option, text, "X and Y must be 0 or more");
+  if (numbers[2] < 1 || numbers[3] < 1) refuse(option, text, "W and H must be 1 or more");
+  return {numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+double parsePositive(const std::string& option, const std::string& text) {
+  double value = 0;
+  if (!parseAll(text, value) || !std::isfinite(value)) refuse(option, text, "a number is expected");
+  if (!(value > 0)) refuse(option, text, "must be above 0");
+  return value;
+}
+
+}  // namespace kip::tool

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kip::tool {
+
+// What a picture may measure. A file's header is held against these before memory is taken for its pixels.
+constexpr int64_t kMaxSide = 1'000'000;
+constexpr int64_t kMaxPixels = int64_t{1} << 30;
+
+// A grey picture: rows top to bottom, nothing between them, 0 is black and the largest value white.
+struct Picture {
+  int32_t width = 0, height = 0;
+  int32_t depth = 8;               // bits of a pixel: 8 or 16
+  std::vector<uint8_t> pixels8;    // filled when depth is 8
+  std::vector<uint16_t> pixels16;  // filled when depth is 16
+
+  // A black picture. Throws Error when it measures nothing or too much.
+  static Picture make(int64_t width, int64_t height, int32_t depth);
+
+  size_t rowSize() const { return static_cast<size_t>(width) * static_cast<size_t>(depth / 8); }
+  // The bytes of row y, 16-bit pixels in the machine's byte order.
+  uint8_t* row(int32_t y) { return const_cast<uint8_t*>(static_cast<const Picture*>(this)->row(y)); }
+  const uint8_t* row(int32_t y) const {
+    const auto* bytes = depth == 8 ? pixels8.data() : reinterpret_cast<const uint8_t*>(pixels16.data());
+    return bytes + static_cast<size_t>(y) * rowSize();
+  }
+  uint32_t at(int32_t x, int32_t y) const {
+    const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x);
+    return depth == 8 ? uint32_t{pixels8[i]} : uint32_t{pixels16[i]};
+  }
+};
+
+// "640 x 480"
+std::string sizeText(int64_t width, int64_t height);
+
+// Throws the Error for a picture that is not plain grey; `kind` says what it is instead, such as "a colour picture".
+[[noreturn]] void refuseNotGrey(const std::string& kind);
+
+}  // namespace kip::tool

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "picture_file.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "error.hpp"
+#include "pgm_file.hpp"
+#include "png_file.hpp"
+#include "tiff_file.hpp"
+
+namespace kip::tool {
+namespace {
+
+// Runs `work` and puts the file's name in front of what it throws.
+template <typename Work>
+auto named(const std::string& name, const Work& work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    throw Error(name + ": not enough memory");
+  } catch (const std::exception& error) {
+    throw Error(name + ": " + error.what());
+  }
+}
+
+Picture readOpen(std::FILE* file, std::vector<std::string>& notes) {
+  using namespace std::string_view_literals;
+  char bytes[8];
+  const std::string_view head(bytes, std::fread(bytes, 1, sizeof bytes, file));
+  if (std::ferror(file) != 0) throw Error(std::strerror(errno));
+  if (head.empty()) throw Error("is empty");
+  std::rewind(file);
+  if (head == "\x89PNG\r\n\x1a\n"sv) return readPng(file);
+  for (const auto magic : {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}) {
+    if (head.starts_with(magic)) return readTiff(file, notes);
+  }
+  if (head.starts_with("P2") || head.starts_with("P5")) return readPgm(file);
+  if (head.starts_with("P3") || head.starts_with("P6")) refuseNotGrey("a colour picture");
+  throw Error("is neither a PNG, a TIFF nor a PGM file");
+}
+
+}  // namespace
+
+Format formatOfName(const std::string& name) {
+  std::string extension = std::filesystem::path(name).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  if (extension == ".png") return Format::png;
+  if (extension == ".tif" || extension == ".tiff") return Format::tiff;
+  if (extension == ".pgm") return Format::pgm;
+  throw UsageError(name + ": the name of a picture to write ends in .png, .tif, .tiff or .pgm");
+}
+
+Picture readPicture(const std::string& name, std::vector<std::string>& notes) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(name, error);
+  if (error) throw Error(name + ": " + error.message());
+  if (std::filesystem::is_directory(status)) throw Error(name + ": is a directory");
+  if (!std::filesystem::is_regular_file(status)) throw Error(name + ": is not a regular file");
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rbe"), std::fclose);
+  if (file == nullptr) throw Error(name + ": " + std::strerror(errno));
+  return named(name, [&] { return readOpen(file.get(), notes); });
+}
+
+void writePicture(OutputFile& file, Format format, const Picture& picture) {
+  const auto write = format == Format::png ? writePng : format == Format::tiff ? writeTiff : writePgm;
+  named(file.name(), [&] { write(file.stream(), picture); });
+  file.finish();
+}
+
+}  // namespace kip::tool
