@@ -2,7 +2,6 @@
 #include "engine/generic.hpp"
 
 #include <algorithm>
-#include <type_traits>
 
 #include "engine/pixel.hpp"
 #include "engine/setup.hpp"

@@ -92,23 +92,6 @@ TEST(Gauss, DivisorIsExactWhileItsCubeIs) {
   EXPECT_EQ(kip::divisor(peak), 75000000.0 * 19.0);
 }
 
-TEST(Gauss, AttentionIsPolledOnceAndAtEverySixtyFourthRow) {
-  const ProcessorOverride portable(0, 0);
-  for (const int32_t ySigma : {0, 3, 43, 90}) {
-    for (const int32_t height : {1, 63, 64, 65, 200}) {
-      const ksIRegion region = {0, -30, 3, height};
-      const Canvas<uint8_t> canvas(region, 50);
-      const LegacyImage source = legacyOn(canvas);
-      LegacyImage result;
-      const AttentionProbe probe;
-      const ksGaussParams params = paramsOf(1, ySigma);
-      EXPECT_EQ(smooth(source.get(), params, result), 0);
-      EXPECT_EQ(probe.count(), oracle::attentionChecks(region, params, *ksVImageRegion(result.get())))
-          << ySigma << ' ' << height;
-    }
-  }
-}
-
 TEST(Gauss, InhibitedOrWithoutAVectorLevelThePortableEngineRuns) {
   const Canvas<uint8_t> canvas({0, 0, 70, 70}, 90);
   const LegacyImage source = legacyOn(canvas);

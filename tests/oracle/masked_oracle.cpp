@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <utility>
 
 namespace oracle {
 
@@ -25,42 +25,36 @@ struct Axis {
   [[nodiscard]] int64_t sampleOf(int64_t first, int64_t index) const {
     return std::max<int64_t>(firstTap(first) - origin, 0) + index * sample;
   }
-  // How often each source element counts for a pixel: by the weights of three boxes, or once a tap.
-  [[nodiscard]] std::vector<int64_t> weights(int64_t pixel, bool boxes) const {
-    std::vector<int64_t> taps(static_cast<size_t>(3 * sigma + 1), 1);
-    for (int64_t t = 0; boxes && t <= 3 * sigma; ++t) {
-      int64_t ways = 0;  // t as a sum of three offsets in 0 ... sigma
-      for (int64_t a = 0; a <= sigma; ++a) {
-        ways += std::max<int64_t>(0, std::min(sigma, t - a) - std::max<int64_t>(0, t - a - sigma) + 1);
-      }
-      taps[static_cast<size_t>(t)] = ways;
-    }
-    std::vector<int64_t> result(static_cast<size_t>(size), 0);
+  // The source elements under a pixel's taps with their weights: those of three boxes, or 1.
+  [[nodiscard]] std::vector<std::pair<size_t, int64_t>> taps(int64_t pixel, bool boxes) const {
+    std::vector<std::pair<size_t, int64_t>> result;
     for (int64_t t = 0; t <= 3 * sigma; ++t) {
+      int64_t weight = boxes ? 0 : 1;  // the ways to write t as a sum of three offsets in 0 ... sigma
+      for (int64_t a = 0; boxes && a <= sigma; ++a) {
+        weight += std::max<int64_t>(0, std::min(sigma, t - a) - std::max<int64_t>(0, t - a - sigma) + 1);
+      }
       const int64_t at = element(firstTap(pixel) + t);
-      if (at >= 0) result[static_cast<size_t>(at)] += taps[static_cast<size_t>(t)];
+      if (at >= 0) result.emplace_back(static_cast<size_t>(at), weight);
     }
     return result;
   }
 };
 
-// For every destination pixel the weighted sum of value(element index).
+// For every destination pixel the weighted sum of the values over the source.
 std::vector<int64_t> sums(const Axis& xs, const Axis& ys, const ksIRegion& destination, bool boxes,
-                          const std::function<int64_t(size_t)>& value) {
+                          const std::vector<int64_t>& values) {
   const auto width = static_cast<size_t>(xs.size);
-  std::vector<std::vector<int64_t>> columnWeights;
-  for (int32_t u = 0; u < destination.width; ++u)
-    columnWeights.push_back(xs.weights(int64_t{destination.x} + u, boxes));
+  std::vector<std::vector<std::pair<size_t, int64_t>>> columns;
+  for (int32_t u = 0; u < destination.width; ++u) columns.push_back(xs.taps(int64_t{destination.x} + u, boxes));
   std::vector<int64_t> result;
   for (int32_t v = 0; v < destination.height; ++v) {
-    const std::vector<int64_t> rowWeights = ys.weights(int64_t{destination.y} + v, boxes);
     std::vector<int64_t> line(width, 0);
-    for (size_t y = 0; y < rowWeights.size(); ++y) {
-      for (size_t x = 0; rowWeights[y] != 0 && x < width; ++x) line[x] += rowWeights[y] * value(y * width + x);
+    for (const auto& [row, weight] : ys.taps(int64_t{destination.y} + v, boxes)) {
+      for (size_t x = 0; x < width; ++x) line[x] += weight * values[row * width + x];
     }
-    for (const std::vector<int64_t>& weights : columnWeights) {
+    for (const auto& taps : columns) {
       int64_t sum = 0;
-      for (size_t x = 0; x < width; ++x) sum += weights[x] * line[x];
+      for (const auto& [column, weight] : taps) sum += weight * line[column];
       result.push_back(sum);
     }
   }
@@ -103,8 +97,11 @@ int32_t scaledSample(const MaskedRequest& r, size_t sample) {
 }  // namespace
 
 MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) {
-  const auto counts = [&r](size_t i) -> int64_t { return r.byLowestBit ? r.srcMask[i] & 1 : r.srcMask[i] != 0; };
-  const auto seen = [&](size_t i) { return r.byLowestBit ? r.pixels[i] & r.srcMask[i] : counts(i) * r.pixels[i]; };
+  std::vector<int64_t> counts, seen;
+  for (size_t i = 0; i < r.pixels.size(); ++i) {
+    counts.push_back(r.byLowestBit ? r.srcMask[i] & 1 : r.srcMask[i] != 0);
+    seen.push_back(r.byLowestBit ? r.pixels[i] & r.srcMask[i] : counts[i] * r.pixels[i]);
+  }
   const Axis xs = xAxis(r), ys = yAxis(r);
   const std::vector<int64_t> image = sums(xs, ys, destination, true, seen);
   const std::vector<int64_t> mask = sums(xs, ys, destination, true, counts);
@@ -126,8 +123,9 @@ MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) 
 }
 
 std::vector<uint8_t> resultMask(const MaskedRequest& r, const ksIRegion& destination) {
-  const std::vector<int64_t> coverage =
-      sums(xAxis(r), yAxis(r), destination, false, [&r](size_t i) -> int64_t { return r.srcMask[i] >= 128 ? 1 : 0; });
+  std::vector<int64_t> counts;
+  for (const uint8_t byte : r.srcMask) counts.push_back(byte >= 128);
+  const std::vector<int64_t> coverage = sums(xAxis(r), yAxis(r), destination, false, counts);
   const std::vector<size_t> at = samples(r, destination);
   std::vector<uint8_t> result;
   for (size_t i = 0; i < at.size(); ++i) {

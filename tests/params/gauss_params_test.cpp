@@ -22,15 +22,10 @@ kip_gaussParams initialised() {
 
 TEST(GaussParams, InitGivesValidDefaults) {
   const kip_gaussParams params = initialised();
-  EXPECT_EQ(params.xSample, 1);
-  EXPECT_EQ(params.ySample, 1);
-  EXPECT_EQ(params.xSigma, 1);
-  EXPECT_EQ(params.ySigma, 1);
-  EXPECT_EQ(params.scale, 1.0);
-  EXPECT_EQ(params.roundResult, 0);
-  EXPECT_EQ(params.filterMask.allowMaskedSample, 0);
-  EXPECT_EQ(params.filterMask.useCoverage, 0);
-  EXPECT_EQ(params.filterMask.minCoverage, 0.0);
+  const kip_gaussParams expected = {1, 1, 1, 1, 1.0, 0, {0, 0, 0.0}};
+  int32_t equal = 0;
+  EXPECT_EQ(kip_gaussParams_compareEqual(&params, &expected, &equal), 0);
+  EXPECT_EQ(equal, 1);
   EXPECT_EQ(kip_gaussParams_validate(&params), 0);
 }
 

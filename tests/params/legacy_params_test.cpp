@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -12,16 +13,8 @@ namespace {
 TEST(LegacyParams, TheDefaultRecordIsSharedAndChangesNothing) {
   const ksGaussParams* const params = ksGaussParamsNull();
   EXPECT_EQ(params, ksGaussParamsNull());
-  EXPECT_EQ(params->xSample, 1);
-  EXPECT_EQ(params->ySample, 1);
-  EXPECT_EQ(params->xSigma, 0);
-  EXPECT_EQ(params->ySigma, 0);
-  EXPECT_EQ(params->peakNormalize, 0);
-  EXPECT_EQ(params->extendBorder, 0);
-  EXPECT_EQ(params->roundResult, 0);
-  EXPECT_EQ(params->scale, 1.0f);
-  EXPECT_EQ(params->dstTemplate, &ksImageNull);
-  EXPECT_EQ(params->reserved, nullptr);
+  const ksGaussParams expected = {1, 1, 0, 0, 0, 0, 0, 1.0f, &ksImageNull, nullptr};
+  EXPECT_EQ(std::memcmp(params, &expected, sizeof expected), 0);
 }
 
 TEST(LegacyParams, NullParamsLookAtWhatChangesPixels) {

@@ -11,16 +11,21 @@
 
 namespace kiptest {
 
+class NotCopied {
+ protected:
+  NotCopied() = default;
+  NotCopied(const NotCopied&) = delete;
+  NotCopied& operator=(const NotCopied&) = delete;
+};
+
 // Counts the host's questions of one kind and answers the failAt-th (from 1) with a failure.
 template <auto SetHandler>
-class Probe {
+class Probe : NotCopied {
  public:
   explicit Probe(int64_t failAt = 0, ksys_status failure = KSYS_STATUS(0x8000BEEF))
       : failAt_(failAt), failure_(failure) {
     SetHandler([](void* self, auto...) { return static_cast<Probe*>(self)->answer(); }, this);
   }
-  Probe(const Probe&) = delete;
-  Probe& operator=(const Probe&) = delete;
   ~Probe() { SetHandler(nullptr, nullptr); }
 
   [[nodiscard]] int64_t count() const { return count_; }
@@ -38,7 +43,7 @@ using AllocationProbe = Probe<ksys_memory_setHandler>;
 using AttentionProbe = Probe<ksys_attention_setHandler>;
 
 // Records the names of the optimized paths that are asked for and forbids those listed.
-class InhibitProbe {
+class InhibitProbe : NotCopied {
  public:
   explicit InhibitProbe(std::vector<std::wstring> forbidden = {}) {
     names_.clear();
@@ -51,8 +56,6 @@ class InhibitProbe {
       return 0;
     };
   }
-  InhibitProbe(const InhibitProbe&) = delete;
-  InhibitProbe& operator=(const InhibitProbe&) = delete;
   ~InhibitProbe() { kprt_isOptimizationInhibitedFP = nullptr; }
 
   [[nodiscard]] const std::vector<std::wstring>& names() const { return names_; }
@@ -63,19 +66,15 @@ class InhibitProbe {
 };
 
 // The processor that the library sees; {0, 0} has no vectorised level.
-class ProcessorOverride {
+class ProcessorOverride : NotCopied {
  public:
   ProcessorOverride(int32_t vendor, int32_t features) { ksys_cpuinfo_setOverride(vendor, features); }
-  ProcessorOverride(const ProcessorOverride&) = delete;
-  ProcessorOverride& operator=(const ProcessorOverride&) = delete;
   ~ProcessorOverride() { ksys_cpuinfo_clearOverride(); }
 };
 
-class ProcessorFailure {
+class ProcessorFailure : NotCopied {
  public:
   explicit ProcessorFailure(ksys_status status) { ksys_cpuinfo_setFailure(status); }
-  ProcessorFailure(const ProcessorFailure&) = delete;
-  ProcessorFailure& operator=(const ProcessorFailure&) = delete;
   ~ProcessorFailure() { ksys_cpuinfo_setFailure(0); }
 };
 
