@@ -4,6 +4,7 @@
 #define KIP_KIP_H
 
 #include "gauss.h"
+#include "gauss2.h"
 #include "host/kimg.h"
 #include "host/kjob.h"
 #include "host/kmath.h"

@@ -51,6 +51,7 @@ void bind(kimg_image& image, const Binding& binding) {
 }
 
 ksys_status assignNewRect(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes) {
+  if (pixelBytes != 1 && pixelBytes != 2) return KSYS_STATUS_BAD_ARGUMENT;
   const int64_t rowBytes = kiphost::ownRowBytes(rect.width, pixelBytes);
   if (!kiphost::isRepresentable(rect) || rowBytes > INT32_MAX) return KSYS_STATUS_BAD_ARGUMENT;
   Binding binding{rect, static_cast<int32_t>(rowBytes / pixelBytes), pixelBytes, nullptr, nullptr, 1};
@@ -98,6 +99,14 @@ ksys_status kimg_image16_constructRect(kimg_image16* image, const kstd_rect32* r
   return constructNew(*image, *rect, 2);
 }
 
+ksys_status kimg_image_constructUntyped(kimg_image* image, int32_t width, int32_t height, int32_t pixelBytes) {
+  return constructNew(*image, {0, 0, width, height}, pixelBytes);
+}
+
+ksys_status kimg_image_constructRectUntyped(kimg_image* image, const kstd_rect32* rect, int32_t pixelBytes) {
+  return constructNew(*image, *rect, pixelBytes);
+}
+
 ksys_status kimg_image_constructUnbound(kimg_image* image) {
   *image = {};
   return 0;
@@ -130,6 +139,15 @@ ksys_status kimg_image8_assignNewRect(kimg_image8* image, const kstd_rect32* rec
 
 ksys_status kimg_image16_assignNewRect(kimg_image16* image, const kstd_rect32* rect) {
   return assignNewRect(*image, *rect, 2);
+}
+
+ksys_status kimg_image_assignNewRect(kimg_image* image, const kstd_rect32* rect, int32_t pixelBytes) {
+  return assignNewRect(*image, *rect, pixelBytes);
+}
+
+ksys_status kimg_image_copyXforms(kimg_image* dst, const kimg_image* src) {
+  kiphost::assign(dst->imageFromClient, src->imageFromClient);
+  return 0;
 }
 
 ksys_status kimg_image_getIsBound(const kimg_image* image, int32_t* bound) {

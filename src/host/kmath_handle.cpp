@@ -214,6 +214,16 @@ ksys_status kmath_xformPtrhConst_assignCompose(kmath_xformPtrhConst* out, const 
   return 0;
 }
 
+ksys_status kmath_xformPtrhConst_assignComposePtrhLinear(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
+                                                         const kmath_xformLinear* b) {
+  kmath_xformPtrhConst inner;
+  ksys_status status = kmath_xformPtrhConst_constructLinear(&inner, b);
+  if (failed(status)) return status;
+  status = kmath_xformPtrhConst_assignCompose(out, a, &inner);
+  kmath_xformPtrhConst_destruct(&inner);
+  return status;
+}
+
 ksys_status kmath_xformPtrhConst_mapPoint(const kmath_xformPtrhConst* handle, const double in[2], double out[2]) {
   apply(handle->xform, false, in, out);
   return 0;

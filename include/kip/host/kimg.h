@@ -41,6 +41,9 @@ ksys_status kimg_image8_construct(kimg_image8* image, int32_t width, int32_t hei
 ksys_status kimg_image16_construct(kimg_image16* image, int32_t width, int32_t height);
 ksys_status kimg_image8_constructRect(kimg_image8* image, const kstd_rect32* rect);
 ksys_status kimg_image16_constructRect(kimg_image16* image, const kstd_rect32* rect);
+/* The same with the pixel size in bytes, 1 or 2 (others: KSYS_STATUS_BAD_ARGUMENT). */
+ksys_status kimg_image_constructUntyped(kimg_image* image, int32_t width, int32_t height, int32_t pixelBytes);
+ksys_status kimg_image_constructRectUntyped(kimg_image* image, const kstd_rect32* rect, int32_t pixelBytes);
 ksys_status kimg_image_constructUnbound(kimg_image* image);
 /* Over the caller's memory, which is neither copied nor released and must outlive the image and what is assigned from
  * it. stridePixels >= width, or any value when rect has at most one row. */
@@ -55,6 +58,7 @@ ksys_status kimg_image_assign(kimg_image* dst, const kimg_image* src);
 /* Binds the image to new pixels, all 0, exactly over the rectangle; pixels it had are let go, its transform stays. */
 ksys_status kimg_image8_assignNewRect(kimg_image8* image, const kstd_rect32* rect);
 ksys_status kimg_image16_assignNewRect(kimg_image16* image, const kstd_rect32* rect);
+ksys_status kimg_image_assignNewRect(kimg_image* image, const kstd_rect32* rect, int32_t pixelBytes);
 
 ksys_status kimg_image_getIsBound(const kimg_image* image, int32_t* bound);
 ksys_status kimg_imageConst_getIsBound(const kimg_imageConst* image, int32_t* bound);
@@ -70,6 +74,8 @@ ksys_status kimg_imageConst_getClientFromImageXform(const kimg_imageConst* image
 ksys_status kimg_image_setImageFromClientXform(kimg_image* image, const kmath_xformPtrhConst* handle);
 ksys_status kimg_image_setClientFromImageXform(kimg_image* image, const kmath_xformPtrhConst* handle);
 ksys_status kimg_image_setLinearImageFromClientXform(kimg_image* image, const kmath_xformLinear* linear);
+/* dst takes src's coordinate transform; pixels and window stay. */
+ksys_status kimg_image_copyXforms(kimg_image* dst, const kimg_image* src);
 
 /* ---- windows: plain records that refer to a rectangle of an image's pixels and own nothing ---- */
 

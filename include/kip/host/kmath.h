@@ -61,6 +61,8 @@ ksys_status kmath_xformPtrhConst_getLinear(const kmath_xformPtrhConst* handle, c
 /* out(p) = a(b(p)); `out` is assigned and may be a or b. Two linear transforms give a linear one. */
 ksys_status kmath_xformPtrhConst_assignCompose(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
                                                const kmath_xformPtrhConst* b);
+ksys_status kmath_xformPtrhConst_assignComposePtrhLinear(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
+                                                         const kmath_xformLinear* b);
 ksys_status kmath_xformPtrhConst_mapPoint(const kmath_xformPtrhConst* handle, const double in[2], double out[2]);
 
 /* Type checks: called on a handle and its destructor before they go onto a clean-up stack. */
@@ -71,6 +73,8 @@ void ksys_typeCheckFunc_kmath_xformPtrhConst(void (*destructor)(kmath_xformPtrhC
 
 /* n / d rounded so that the remainder n - q d lies in [0, |d|); d is not 0. A quotient outside 32 bits saturates. */
 int32_t kmath_idiv(int32_t n, int32_t d);
+/* x rounded up; what 32 bits cannot hold saturates, not-a-number gives 0. */
+int32_t kmath_double_ceil(double x);
 
 KSYS_DECLARATIONS_END
 

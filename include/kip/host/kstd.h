@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The host's standard-types library: rectangles, legacy regions, the argument-check report and the
+/* The host's standard-types library: rectangles, vectors, legacy regions, the argument-check report and the
  * optimization-inhibit switch. All outputs may be the same record as an input. */
 #ifndef KIP_HOST_KSTD_H
 #define KIP_HOST_KSTD_H
@@ -22,6 +22,38 @@ ksys_status kstd_rect32_compareEqual(const kstd_rect32* a, const kstd_rect32* b,
 /* The common part; (0, 0, 0, 0) when there is none. */
 ksys_status kstd_rect32_intersect(const kstd_rect32* a, const kstd_rect32* b, kstd_rect32* out);
 ksys_status kstd_rect32_getIsNull(const kstd_rect32* rect, int32_t* isNull);
+
+/* ---- vectors: arrays of integers ---- */
+
+typedef struct kstd_vector16 {
+  uint16_t* begin;
+  uint64_t count;
+} kstd_vector16;
+
+typedef struct kstd_vector32 {
+  uint32_t* begin;
+  uint64_t count;
+} kstd_vector32;
+
+/* Construct: a record that is not constructed yet receives `count` elements (0 is allowed), all 0 or all `value`. They
+ * stay where they are, aligned to 64 bytes, until the vector is destructed. On failure there is nothing to destruct. */
+ksys_status kstd_vector16_construct(kstd_vector16* vector, uint64_t count);
+ksys_status kstd_vector32_construct(kstd_vector32* vector, uint64_t count);
+ksys_status kstd_vector16_constructFill(kstd_vector16* vector, uint64_t count, uint16_t value);
+ksys_status kstd_vector32_constructFill(kstd_vector32* vector, uint64_t count, uint32_t value);
+void kstd_vector16_destruct(kstd_vector16* vector);
+void kstd_vector32_destruct(kstd_vector32* vector);
+/* The address of the first element, and the one behind the last. */
+ksys_status kstd_vector16_getBegin(const kstd_vector16* vector, uint16_t** begin);
+ksys_status kstd_vector32_getBegin(const kstd_vector32* vector, uint32_t** begin);
+ksys_status kstd_vector16_getBeginEnd(const kstd_vector16* vector, uint16_t** begin, uint16_t** end);
+ksys_status kstd_vector32_getBeginEnd(const kstd_vector32* vector, uint32_t** begin, uint32_t** end);
+
+/* Type checks: called on a vector and its destructor before they go onto a clean-up stack. */
+void ksys_typeCheck_kstd_vector16(const kstd_vector16* object);
+void ksys_typeCheck_kstd_vector32(const kstd_vector32* object);
+void ksys_typeCheckFunc_kstd_vector16(void (*destructor)(kstd_vector16*));
+void ksys_typeCheckFunc_kstd_vector32(void (*destructor)(kstd_vector32*));
 
 /* The legacy form of a rectangle. The operations below give the null region (0, 0, 0, 0) whenever an operand or the
  * result has no pixel, and compute in 64 bits; fields outside 32 bits saturate. */

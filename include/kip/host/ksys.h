@@ -52,6 +52,11 @@ ksys_status ksys_memory_allocClear_internal(uint64_t bytes, void** block);
  * A null variable is left alone. */
 void ksys_memory_free_internal(void* block);
 
+/* Copies `rows` rows of `rowBytes` bytes each; the pitches lead from a row to the next, in bytes. Source and
+ * destination do not overlap. */
+void ksys_memory_copyRect(void* dst, int64_t dstPitch, const void* src, int64_t srcPitch, uint64_t rowBytes,
+                          uint64_t rows);
+
 /* The legacy allocator: null on failure; kxfFree ignores null. */
 void* kxfMalloc(uint64_t bytes);
 void kxfFree(void* block);

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "reduce2/kernels.hpp"
+#include "reduce2/levels.hpp"
+#include "reduce2/lines.hpp"
+#include "reduce2/ring.hpp"
+
+namespace kip {
+
+namespace {
+
+template <typename Pixel>
+ksys_status smooth5x5(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
+  Buffer<Sum<Pixel>> block;
+  return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    Sum<Pixel>* lines[5];
+    const ksys_status status = allocateLines(cleanup, block, call.width + smoothLineSpare, lines);
+    return failed(status) ? status : runRing<1>(call, rows.smooth, lines);
+  });
+}
+
+template <typename Pixel>
+ksys_status smooth5x5Vec(const KernelCall<Pixel>& call) {
+  if (!hasVectorRows() || call.width <= 2) return statusFallback;
+  const RowKernels<Pixel>* rows = nullptr;
+  const ksys_status status = selectRows(rows);
+  return failed(status) ? status : smooth5x5(call, *rows);
+}
+
+template <typename Pixel>
+ksys_status smoothMasked5x5(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
+  Buffer<uint32_t> block;
+  return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    MaskedLine lines[5];
+    uint16_t* totals = nullptr;
+    const ksys_status status = allocateLines(cleanup, block, call.width, lines, totals);
+    return failed(status) ? status : runRing<1>(call, rows.maskedSmooth, lines, totals);
+  });
+}
+
+template <typename Pixel>
+ksys_status smoothMasked5x5Vec(const KernelCall<Pixel>& call) {
+  const RowKernels<Pixel>* rows = nullptr;
+  const ksys_status status = selectMaskedRows(rows);
+  if (failed(status)) return status;
+  return call.height < 5 ? statusFallback : smoothMasked5x5(call, *rows);
+}
+
+}  // namespace
+
+ksys_status gauss2_smooth5x5_8(const KernelCall<uint8_t>& call) {
+  return smooth5x5(call, portableRows<uint8_t>());
+}
+ksys_status gauss2_smooth5x5_16(const KernelCall<uint16_t>& call) {
+  return smooth5x5(call, portableRows<uint16_t>());
+}
+ksys_status gauss2_smooth5x5Vec8(const KernelCall<uint8_t>& call) {
+  return smooth5x5Vec(call);
+}
+ksys_status gauss2_smooth5x5Vec16(const KernelCall<uint16_t>& call) {
+  return smooth5x5Vec(call);
+}
+ksys_status gauss2_smoothMasked5x5_8(const KernelCall<uint8_t>& call) {
+  return smoothMasked5x5(call, portableRows<uint8_t>());
+}
+ksys_status gauss2_smoothMasked5x5_16(const KernelCall<uint16_t>& call) {
+  return smoothMasked5x5(call, portableRows<uint16_t>());
+}
+ksys_status gauss2_smoothMasked5x5Vec8(const KernelCall<uint8_t>& call) {
+  return smoothMasked5x5Vec(call);
+}
+ksys_status gauss2_smoothMasked5x5Vec16(const KernelCall<uint16_t>& call) {
+  return smoothMasked5x5Vec(call);
+}
+
+}  // namespace kip

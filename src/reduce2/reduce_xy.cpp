@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "frame/memory.hpp"
+#include "reduce2/kernels.hpp"
+#include "reduce2/levels.hpp"
+#include "reduce2/lines.hpp"
+#include "reduce2/ring.hpp"
+
+namespace kip {
+
+namespace {
+
+template <typename Pixel>
+bool isEmpty(const KernelCall<Pixel>& call) {
+  return call.width < 2 || call.height < 2;
+}
+
+template <typename Pixel>
+ksys_status reduceXY(const KernelCall<Pixel>& call) {
+  if (isEmpty(call)) return 0;
+  HostVector<Sum<Pixel>> buffers[5];
+  return withCleanup<5>([&](Cleanup& cleanup) -> ksys_status {
+    Sum<Pixel>* lines[5];
+    for (int k = 0; k < 5; ++k) {
+      const ksys_status status = buffers[k].constructFill(cleanup, call.width / 2, lines[k]);
+      if (failed(status)) return status;
+    }
+    return runRing<2>(call, portableRows<Pixel>().reduce, lines);
+  });
+}
+
+// All lines in one block; the hook for 8-bit pixels serves every processor.
+template <typename Pixel>
+ksys_status reduceXYVec(const KernelCall<Pixel>& call) {
+  if (!hasVectorRows() || call.width <= 2) return statusFallback;
+  if (isEmpty(call)) return 0;
+  Buffer<Sum<Pixel>> block;
+  return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    const RowKernels<Pixel>* rows = nullptr;
+    ksys_status status = 0;
+    if constexpr (sizeof(Pixel) == 2) {
+      if (failed(status = selectRows(rows))) return status;
+    }
+    Sum<Pixel>* lines[5];
+    if (failed(status = allocateLines(cleanup, block, call.width / 2, lines))) return status;
+    if constexpr (sizeof(Pixel) == 1) {
+      if (failed(status = selectRows(rows))) return status;
+    }
+    return runRing<2>(call, rows->reduce, lines);
+  });
+}
+
+template <typename Pixel>
+ksys_status reduceMaskedXY(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
+  if (isEmpty(call)) return 0;
+  HostVector<uint32_t> values[5];
+  HostVector<uint16_t> weights[5];
+  HostVector<uint16_t> totals;
+  return withCleanup<11>([&](Cleanup& cleanup) -> ksys_status {
+    MaskedLine lines[5];
+    ksys_status status = 0;
+    for (int k = 0; k < 5; ++k) {
+      if (failed(status = values[k].constructFill(cleanup, call.width / 2, lines[k].values))) return status;
+      if (failed(status = weights[k].constructFill(cleanup, call.width / 2, lines[k].weights))) return status;
+    }
+    uint16_t* totalLine = nullptr;
+    if (failed(status = totals.construct(cleanup, call.width / 2, totalLine))) return status;
+    return runRing<2>(call, rows.maskedReduce, lines, totalLine);
+  });
+}
+
+template <typename Pixel>
+ksys_status reduceMaskedXYVec(const KernelCall<Pixel>& call) {
+  if (call.dstMask == nullptr || call.width <= 2) return statusFallback;
+  const RowKernels<Pixel>* rows = nullptr;
+  const ksys_status status = selectMaskedRows(rows);
+  return failed(status) ? status : reduceMaskedXY(call, *rows);
+}
+
+}  // namespace
+
+ksys_status gauss2_reduceXY8(const KernelCall<uint8_t>& call) {
+  return reduceXY(call);
+}
+ksys_status gauss2_reduceXY16(const KernelCall<uint16_t>& call) {
+  return reduceXY(call);
+}
+ksys_status gauss2_reduceXYVec8(const KernelCall<uint8_t>& call) {
+  return reduceXYVec(call);
+}
+ksys_status gauss2_reduceXYVec16(const KernelCall<uint16_t>& call) {
+  return reduceXYVec(call);
+}
+ksys_status gauss2_reduceMaskedXY8(const KernelCall<uint8_t>& call) {
+  return reduceMaskedXY(call, portableRows<uint8_t>());
+}
+ksys_status gauss2_reduceMaskedXY16(const KernelCall<uint16_t>& call) {
+  return reduceMaskedXY(call, portableRows<uint16_t>());
+}
+ksys_status gauss2_reduceMaskedXYVec8(const KernelCall<uint8_t>& call) {
+  return reduceMaskedXYVec(call);
+}
+ksys_status gauss2_reduceMaskedXYVec16(const KernelCall<uint16_t>& call) {
+  return reduceMaskedXYVec(call);
+}
+
+}  // namespace kip

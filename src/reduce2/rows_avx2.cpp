@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "reduce2/lanes_avx2.hpp"
+#include "reduce2/vector_rows.hpp"
+
+namespace kip {
+
+const RowKernels<uint8_t> avx2Rows8 = vectorRows<uint8_t>;
+const RowKernels<uint16_t> avx2Rows16 = vectorRows<uint16_t>;
+
+}  // namespace kip

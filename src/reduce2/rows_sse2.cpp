@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "reduce2/lanes_sse2.hpp"
+#include "reduce2/vector_rows.hpp"
+
+namespace kip {
+
+const RowKernels<uint8_t> sse2Rows8 = vectorRows<uint8_t>;
+const RowKernels<uint16_t> sse2Rows16 = vectorRows<uint16_t>;
+
+}  // namespace kip
