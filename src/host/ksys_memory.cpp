@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/mman.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -11,6 +13,7 @@ namespace {
 using kiphost::failed;
 
 constexpr uint64_t kAlignment = 64;
+constexpr uint64_t kHugePage = uint64_t{2} << 20;
 
 struct Handler {
   ksys_memoryHandler function;
@@ -35,10 +38,16 @@ ksys_status allocate(uint64_t bytes, void** block) {
   *block = nullptr;
   const ksys_status status = askHandler(bytes);
   if (failed(status)) return status;
-  if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kAlignment) return KSYS_STATUS_NO_MEMORY;
-  const uint64_t rounded = bytes == 0 ? kAlignment : (bytes + kAlignment - 1) / kAlignment * kAlignment;
-  *block = std::aligned_alloc(kAlignment, rounded);
-  return *block != nullptr ? 0 : KSYS_STATUS_NO_MEMORY;
+  if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kHugePage) return KSYS_STATUS_NO_MEMORY;
+  const uint64_t alignment = bytes < 2 * kHugePage ? kAlignment : kHugePage;
+  const uint64_t rounded = bytes == 0 ? kAlignment : (bytes + alignment - 1) / alignment * alignment;
+  *block = std::aligned_alloc(alignment, rounded);
+  if (*block == nullptr) return KSYS_STATUS_NO_MEMORY;
+#ifdef MADV_HUGEPAGE
+  // the page faults of a fresh picture cost as much as a copy of it
+  if (alignment == kHugePage) madvise(*block, rounded, MADV_HUGEPAGE);
+#endif
+  return 0;
 }
 
 }  // namespace
