@@ -5,12 +5,14 @@
 
 #include "gauss.h"
 #include "gauss2.h"
+#include "geometry.h"
 #include "host/kimg.h"
 #include "host/kjob.h"
 #include "host/kmath.h"
 #include "host/kpel.h"
 #include "host/kstd.h"
 #include "host/ksys.h"
+#include "masked.h"
 #include "params.h"
 
 #endif
