@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reduction by two and the 5x5 pass, by level, next to copying the source and to what OpenCV offers for the same
 // pixels. One thread; nanoseconds per source pixel. A row's label says whether OpenCV's pixels are equal.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "kip/gauss2.h"
+#include "rows.hpp"
 
 #ifdef KIP_HAVE_OPENCV
 #include <opencv2/imgproc.hpp>
@@ -16,9 +15,7 @@
 
 namespace {
 
-constexpr int32_t width = 1920;
-constexpr int32_t height = 1080;
-constexpr size_t pixelCount = size_t{width} * height;
+using namespace kipbench;
 
 // An image of the host; its rows begin at cache lines, as those of OpenCV's own images.
 template <typename Pixel>
@@ -43,44 +40,29 @@ struct Image {
 };
 
 template <typename Pixel>
-struct Noise : Image<Pixel> {
-  explicit Noise(uint32_t seed) : Image<Pixel>(width, height) {
-    for (int32_t y = 0; y < height; ++y) {
-      std::generate_n(this->row(y), width, [&seed] {
-        seed = seed * 1664525 + 1013904223;
-        return static_cast<Pixel>(seed >> (32 - 8 * sizeof(Pixel)));
-      });
-    }
+struct NoiseImage : Image<Pixel> {
+  explicit NoiseImage(uint32_t seed) : Image<Pixel>(width, height) {
+    Noise noise(seed);
+    for (int32_t y = 0; y < height; ++y) std::generate_n(this->row(y), width, [&] { return noise.next<Pixel>(); });
   }
 };
 
 template <typename Pixel>
 const Image<Pixel>& picture() {
-  static const Noise<Pixel> noise(1);
+  static const NoiseImage<Pixel> noise(1);
   return noise;
 }
 
 const Image<uint8_t>& mask() {
-  static const Noise<uint8_t> noise(2);
+  static const NoiseImage<uint8_t> noise(2);
   return noise;
-}
-
-void reportPerPixel(benchmark::State& state) {
-  state.counters["ns/pixel"] = benchmark::Counter(static_cast<double>(state.iterations()) * double{pixelCount} * 1e-9,
-                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 struct Level {
   const char* name;
   int32_t features;
 };
-constexpr int32_t vectors128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41;
-constexpr Level levels[] = {{"portable", 0}, {"128", vectors128}, {"256", vectors128 | ksys_cpuAvx2}};
-
-bool processorHas(int32_t features) {
-  ksys_cpuinfo info;
-  return ksys_cpuinfo_init(&info) == 0 && (info.features & features) == features;
-}
+constexpr Level levels[] = {{"portable", 0}, {"128", vectors128}, {"256", vectors256}};
 
 struct Windows {
   kimg_windowConst src;
@@ -130,17 +112,12 @@ struct Result {
 
 template <typename Pixel>
 void measure(benchmark::State& state, int32_t features, Operation operation, int32_t divisor) {
-  if (!processorHas(features)) {
-    state.SkipWithError("the processor lacks it");
-    return;
-  }
+  const Processor processor(state, features);
   Result<Pixel> result(divisor);
-  ksys_cpuinfo_setOverride(1, features);
   for (auto _ : state) {
     if (operation(result.windows) != 0) state.SkipWithError("failed");
     benchmark::ClobberMemory();
   }
-  ksys_cpuinfo_clearOverride();
   reportPerPixel(state);
 }
 
@@ -148,7 +125,7 @@ template <typename Pixel>
 void copy(benchmark::State& state) {
   const Image<Pixel> result(width, height);
   for (auto _ : state) {
-    std::memcpy(result.row(0), picture<Pixel>().row(0), pixelCount * sizeof(Pixel));
+    std::memcpy(result.row(0), picture<Pixel>().row(0), size_t{pixelCount} * sizeof(Pixel));
     benchmark::ClobberMemory();
   }
   reportPerPixel(state);

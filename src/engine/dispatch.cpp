@@ -1,17 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engine/generic.hpp"
 #include "frame/optimized.hpp"
+#include "frame/processor.hpp"
 #include "kip/gauss.h"
+#include "simd/vec1.hpp"
+#include "simd/vec2.hpp"
 
 namespace kip {
 
 namespace {
 
-// The vectorised engine for this processor, asked afresh for every request. This version has none.
-ksys_status gauss_vectorDispatch() {
+// The vectorised engine for this processor, asked afresh for every request.
+ksys_status gauss_vectorDispatch(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
+                                 ksIRegion* requested, ksVImage** out) {
   ksys_cpuinfo info;
   const ksys_status status = ksys_cpuinfo_init(&info);
-  return failed(status) ? status : statusFallback;
+  if (failed(status)) return status;
+  if (!hasFeatures(info, ksys_cpuMmxSse2)) return statusFallback;
+  const auto smooth = hasFeatures(info, ksys_cpuAvx2) ? gauss_vec2Smooth : gauss_vec1Smooth;
+  return smooth(source, destination, params, requested, out);
 }
 
 }  // namespace
@@ -21,6 +28,6 @@ ksys_status gauss_vectorDispatch() {
 ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* params, ksIRegion* region,
                       ksVImage** out) {
   return kip::runOptimized(
-      L"gauss", [] { return kip::gauss_vectorDispatch(); },
+      L"gauss", [&] { return kip::gauss_vectorDispatch(src, dst, params, region, out); },
       [&] { return kip::gauss_genericSmooth(src, dst, params, region, out); });
 }

@@ -78,9 +78,10 @@ class Output {
     const double scale = band_.params.scale;
     const int64_t step = step_;
     for (int64_t c = 0; c < width_; ++c) {
-      if (valid[c] != 0 && mask[c * step] > 0.0) continue;
-      valid[c] = 0;
-      values[c] = samples[c * step] * scale + half_;
+      const bool keep = (valid[c] != 0) & (mask[c * step] > 0.0);
+      const double sample = samples[c * step] * scale + half_;
+      values[c] = keep ? values[c] : sample;
+      valid[c] = keep ? 255 : 0;
     }
   }
 

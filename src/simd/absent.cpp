@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+// In place of the vectorised levels where they are not built.
+#include "frame/status.hpp"
+#include "simd/vec1.hpp"
+#include "simd/vec2.hpp"
+
+namespace kip {
+
+ksys_status gauss_vec1Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**) {
+  return statusFallback;
+}
+
+ksys_status gauss_vec2Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**) {
+  return statusFallback;
+}
+
+}  // namespace kip

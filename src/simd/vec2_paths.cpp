@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simd/vec2_paths.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include "engine/pixel.hpp"
+#include "frame/attention.hpp"
+#include "frame/check.hpp"
+#include "frame/memory.hpp"
+#include "simd/vec2_general.hpp"
+#include "simd/vec2_sigma.hpp"
+
+namespace kip {
+
+namespace {
+
+// The rows of a source rectangle by index: mirrored once at either edge, an absent row beyond.
+class SourceRows {
+ public:
+  SourceRows(const ksImage* source, const ksIRegion& rectangle, const uint8_t* absent)
+      : first_(ksImagePixAddr(source, rectangle.x, rectangle.y)),
+        stride_(source->stride),
+        height_(rectangle.height),
+        absent_(absent) {}
+
+  [[nodiscard]] const uint8_t* at(int64_t index) const {
+    if (index < -height_ || index > 2 * height_ - 1) return absent_;
+    if (index < 0) index = -index - 1;
+    return first_ + (index < height_ ? index : 2 * height_ - 1 - index) * stride_;
+  }
+
+ private:
+  const uint8_t* first_;
+  int64_t stride_;
+  int64_t height_;
+  const uint8_t* absent_;
+};
+
+// ---- sigma 1 and 2
+
+Vec2Request makeRequest(const ksGaussParams& params, const RequestGeometry& geometry, uint8_t* tail) {
+  return {.width = geometry.source.width,
+          .leftPad = -int64_t{geometry.padding.x},
+          .sample = params.xSample,
+          .outputs = geometry.destination.width,
+          .tail = tail,
+          .isRounded = params.roundResult != 0,
+          .isScaled = std::abs(params.scale - 1.0f) > std::numeric_limits<float>::epsilon(),
+          .scale = params.scale};
+}
+
+ksys_status smoothSigma2(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
+                         const RequestGeometry& geometry,
+                         void (*kernel)(const Vec2Request& request, const Vec2Sigma2Row& row)) {
+  constexpr int64_t taps = 7;
+  const SourceRows rows(source, geometry.source, nullptr);
+  const ksIRegion& to = geometry.destination;
+  uint8_t tail[64];
+  const Vec2Request request = makeRequest(params, geometry, tail);
+  for (int32_t r = 0; r < to.height; ++r) {
+    const ksys_status status = pollAttention<256>(int64_t{r} + 1);
+    if (failed(status)) return status;
+    const int64_t first = geometry.padding.y + int64_t{r} * params.ySample;
+    Vec2Sigma2Row row;
+    for (int64_t i = 0; i < taps; ++i) row.rows[i] = rows.at(first + i);
+    row.next = r + 1 < to.height ? rows.at(first + params.ySample + taps - 1) : row.rows[0];
+    row.out = LegacyOf<uint8_t>::address(destination, to.x, to.y + r);
+    kernel(request, row);
+  }
+  return 0;
+}
+
+// ---- general path
+
+// The largest sum: all weights on white.
+double largestSum(const ksGaussParams& params) {
+  return 255.0 * std::pow(static_cast<double>(xKernel(params).box) * static_cast<double>(yKernel(params).box), 3.0);
+}
+
+// Whether sums and quotients along the row can be integers: then line.half, multiplier and shift are set. The division
+// is exact, which is what the portable engine's product with the rounded reciprocal comes to when that product does not
+// fall below 1 at the divisor itself.
+bool chooseIntegers(const ksGaussParams& params, Vec2Line& line) {
+  const double half = line.isRounded ? std::floor(0.5 * line.divisor) : 0.0;
+  const double largest = largestSum(params) + half;
+  if (largest >= 0x1p32 || line.divisor < 2.0 || line.divisor >= 0x1p32 || std::floor(line.divisor) != line.divisor) {
+    return false;
+  }
+  if (line.divisor * (1.0 / line.divisor) < 1.0) return false;
+  const auto divisor = static_cast<uint64_t>(line.divisor);
+  const int shift = 31 + static_cast<int>(std::bit_width(divisor - 1));
+  const uint64_t multiplier = ((uint64_t{1} << shift) + divisor - 1) / divisor;
+  const uint64_t excess = multiplier * divisor - (uint64_t{1} << shift);
+  if (static_cast<uint64_t>(largest) * excess >= uint64_t{1} << shift) return false;
+  line.half = static_cast<uint32_t>(half);
+  line.multiplier = static_cast<uint32_t>(multiplier);
+  line.shift = shift;
+  return true;
+}
+
+Vec2Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry) {
+  Vec2Line line{.width = geometry.source.width,
+                .leftPad = -int64_t{geometry.padding.x},
+                .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                .box = xKernel(params).box,
+                .sample = params.xSample,
+                .outputs = geometry.destination.width,
+                .isShort = params.ySigma <= 63,
+                .sums = Vec2Sums::wide,
+                .divisor = divisor(params),
+                .isRounded = params.roundResult != 0,
+                .half = 0,
+                .multiplier = 0,
+                .shift = 0};
+  const double yBox = static_cast<double>(yKernel(params).box);
+  const double largestFirstSum = 2.0 * static_cast<double>(line.box) * 255.0 * yBox * yBox * yBox;
+  if (line.box == 1) {
+    line.sums = Vec2Sums::none;
+  } else if (chooseIntegers(params, line)) {
+    line.sums = Vec2Sums::integer;
+  } else if (largestFirstSum < 0x1p31) {
+    line.sums = Vec2Sums::narrow;
+  }
+  return line;
+}
+
+class GeneralPath {
+ public:
+  GeneralPath(const ksGaussParams& params, const RequestGeometry& geometry)
+      : params_(params), geometry_(geometry), line_(makeLine(params, geometry)) {}
+
+  [[nodiscard]] ksys_status allocate(Cleanup& cleanup) {
+    const ksys_status status = memory_.allocateClear(cleanup, vec2MemorySize(line_));
+    return failed(status) ? status : absentRow_.allocateClear(cleanup, line_.width);
+  }
+
+  template <typename Pixel>
+  [[nodiscard]] ksys_status run(const ksImage* source, const ksVImage* destination,
+                                void (*smoothRows)(const Vec2Line&, const Vec2Step*, int64_t, int32_t*,
+                                                   Pixel* const*)) {
+    const SourceRows rows(source, geometry_.source, absentRow_.data());
+    const int64_t top = geometry_.padding.y;
+    const int64_t end = top + geometry_.source.height + geometry_.padding.height - 1;
+    const int64_t box = yKernel(params_).box;
+    int64_t toNextOutput = geometry_.kernel.height;
+    int32_t y = geometry_.destination.y;
+
+    for (int64_t row = top; row < end;) {
+      const ksys_status status = pollAttention<attentionRows>(row);
+      if (failed(status)) return status;
+      // No output row waits while attention is asked for.
+      const int64_t limit = std::min((row | (attentionRows - 1)) + 1, end);
+      Vec2Step steps[attentionRows];
+      Pixel* out[vec2Rows];
+      int64_t count = 0;
+      int64_t outputs = 0;
+      for (; row < limit && outputs < vec2Rows; ++row) {
+        Vec2Step& step = steps[count++];
+        for (int64_t i = 0; i < 4; ++i) {
+          const int64_t index = row - i * box;
+          step.row[i] = i > 0 && index < top ? absentRow_.data() : rows.at(index);
+        }
+        step.isOutput = --toNextOutput == 0;
+        if (step.isOutput) {
+          toNextOutput = params_.ySample;
+          out[outputs++] = LegacyOf<Pixel>::address(destination, geometry_.destination.x, y++);
+        }
+      }
+      smoothRows(line_, steps, count, memory_.data(), out);
+    }
+    return 0;
+  }
+
+  [[nodiscard]] double divisorOfSums() const { return line_.divisor; }
+
+ private:
+  static constexpr int64_t attentionRows = 64;
+
+  const ksGaussParams& params_;
+  const RequestGeometry& geometry_;
+  Vec2Line line_;
+  Buffer<int32_t> memory_;
+  Buffer<uint8_t> absentRow_;
+};
+
+}  // namespace
+
+ksys_status gauss_vec2Sigma1(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
+                             const RequestGeometry& geometry) {
+  return withCleanup<3>([&](Cleanup& cleanup) -> ksys_status {
+    check(params.xSigma == 1 && params.ySigma == 1 && params.xSample <= 3 && params.ySample <= 3);
+    check(ksVImageType(destination) == 0);
+    Buffer<uint8_t> absentRow;
+    Buffer<uint8_t> tail;
+    ksys_status status = absentRow.allocateClear(cleanup, geometry.source.width);
+    if (failed(status)) return status;
+    if (failed(status = tail.allocate(cleanup, 64))) return status;
+    const auto kernel = params.xSample == 1 ? vec2Sigma1X1 : params.xSample == 2 ? vec2Sigma1X2 : vec2Sigma1XN;
+    const Vec2Request request = makeRequest(params, geometry, tail.data());
+    const SourceRows rows(source, geometry.source, absentRow.data());
+    const ksIRegion& to = geometry.destination;
+    for (int64_t r = 0; r < to.height;) {
+      if (failed(status = pollAttention<1024>(to.y + r + 1))) return status;
+      // no output row waits while attention is asked for
+      const int64_t toAttention = 1024 - ((to.y + r + 1) & 1023);
+      Vec2Sigma1Group group;
+      group.distance = params.ySample;
+      group.count = std::min({vec2Sigma1Rows, to.height - r, toAttention});
+      const int64_t first = geometry.padding.y + r * params.ySample;
+      for (int64_t i = 0; i < (group.count - 1) * params.ySample + 4; ++i) group.rows[i] = rows.at(first + i);
+      for (int64_t i = 0; i < group.count; ++i, ++r) {
+        group.out[i] = LegacyOf<uint8_t>::address(destination, to.x, static_cast<int32_t>(to.y + r));
+      }
+      kernel(request, group);
+    }
+    return 0;
+  });
+}
+
+ksys_status gauss_vec2Sigma2X1(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
+                               const RequestGeometry& geometry) {
+  return smoothSigma2(source, destination, params, geometry, vec2Sigma2X1);
+}
+
+ksys_status gauss_vec2Sigma2X2(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
+                               const RequestGeometry& geometry) {
+  return smoothSigma2(source, destination, params, geometry, vec2Sigma2X2);
+}
+
+ksys_status gauss_vec2Sigma2XN(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
+                               const RequestGeometry& geometry) {
+  return smoothSigma2(source, destination, params, geometry, vec2Sigma2XN);
+}
+
+bool gauss_vec2ServesGeneral(const ksGaussParams& params, const RequestGeometry& geometry) {
+  constexpr int32_t maxYSigma = 202;  // column sums fit in 32 bits
+  const double largest = largestSum(params) / divisor(params) + 1.0;
+  return geometry.source.width >= vec2Block && params.ySigma <= maxYSigma && largest < 2147483647.0;
+}
+
+ksys_status gauss_vec2General(const ksImage* source, ksVImage* destination, const ksGaussParams& params,
+                              const RequestGeometry& geometry) {
+  return withCleanup<7>([&](Cleanup& cleanup) -> ksys_status {
+    GeneralPath path(params, geometry);
+    ksys_status status = path.allocate(cleanup);
+    if (failed(status)) return status;
+    if (params.peakNormalize == 0) ksVImageSetClientZScale(destination, ksImageClientZScale(source) * params.scale);
+    check(path.divisorOfSums() > 0.0);
+    if (failed(status = ksys_attention_check())) return status;
+    return ksVImageType(destination) == 0 ? path.run<uint8_t>(source, destination, vec2SmoothRows8)
+                                          : path.run<uint16_t>(source, destination, vec2SmoothRows16);
+  });
+}
+
+}  // namespace kip
