@@ -111,6 +111,12 @@ TEST(Refusal, OfOptionsIsWrongUsage) {
       {"--sigma", "2"},
       {"--unknown", "1"},
       {"--sheet", folder / "./out.png"},
+      {"--level", "3"},
+      {"--threads", "-1"},
+      {"--threads", "257"},
+      {"--coverage", "0.5"},
+      {"--allow-masked-sample", ""},
+      {"--mask-out", folder / "mask.png"},
   };
   for (const auto& [option, value] : options) {
     SCOPED_TRACE(option + " " + value);

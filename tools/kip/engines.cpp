@@ -1,16 +1,129 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "engines.hpp"
 
-namespace kip::tool {
+#include "error.hpp"
+#include "kip/gauss.h"
+#include "library_image.hpp"
 
-std::vector<EngineState> listEngines() {
-  return {{"portable", "usable, serves every request"},
-          {"first vector level (SSE2)", "not part of this version"},
-          {"second vector level (AVX2)", "not part of this version"}};
+namespace kip::tool {
+namespace {
+
+struct Level {
+  const char* option;
+  const char* name;
+  int32_t vendor, features;
+};
+
+constexpr int32_t kFirst = ksys_cpuMmxSse2 | ksys_cpuSse2Integer, kSecond = kFirst | ksys_cpuSse41 | ksys_cpuAvx2;
+constexpr Level kPortable = {"portable", "portable", 0, 0};
+constexpr Level kLevels[] = {kPortable, {"1", "level 1 (SSE2)", 1, kFirst}, {"2", "level 2 (AVX2)", 1, kSecond}};
+
+ksys_cpuinfo processor() {
+  ksys_cpuinfo info;
+  check("processor information", ksys_cpuinfo_init(&info));
+  return info;
 }
 
-std::string servingEngine() {
-  return "portable";
+bool offers(const ksys_cpuinfo& info, const Level& level) {
+  return level.vendor == 0 ||
+         ((info.vendor == 1 || info.vendor == 5) && (info.features & level.features) == level.features);
+}
+
+// Another processor for the time being.
+class Override {
+ public:
+  explicit Override(const Level& level) : before_(processor()) {
+    ksys_cpuinfo_setOverride(level.vendor, level.features);
+  }
+  ~Override() { ksys_cpuinfo_setOverride(before_.vendor, before_.features); }
+  Override(const Override&) = delete;
+  Override& operator=(const Override&) = delete;
+
+ private:
+  ksys_cpuinfo before_;
+};
+
+// The handlers see the call until it asks for the first time whether to stop.
+struct Watch {
+  CallTrace trace;
+  bool stops;
+  bool through = false;
+};
+
+ksys_status onMemory(void* context, uint64_t bytes) {
+  auto& watch = *static_cast<Watch*>(context);
+  if (!watch.through) watch.trace.push_back(bytes);
+  return 0;
+}
+
+ksys_status onAttention(void* context) {
+  auto& watch = *static_cast<Watch*>(context);
+  watch.through = true;
+  return watch.stops ? KSYS_STATUS(0x80000001) : 0;
+}
+
+CallTrace watchCall(const std::function<void()>& call, bool stops) {
+  Watch watch{{}, stops};
+  ksys_memory_setHandler(onMemory, &watch);
+  ksys_attention_setHandler(onAttention, &watch);
+  call();
+  ksys_attention_setHandler(nullptr, nullptr);
+  ksys_memory_setHandler(nullptr, nullptr);
+  return watch.trace;
+}
+
+// A request that every engine serves.
+void smoothSample() {
+  Picture picture = Picture::make(64, 64, 8);
+  const Image source(picture);
+  Image result;
+  kip_gaussParams params;
+  kip_gaussParams_init(&params);
+  params.xSigma = params.ySigma = 3;
+  (void)kip_gauss_smooth8_8(&source.record, &result.record, &params);
+}
+
+}  // namespace
+
+std::vector<EngineState> listEngines() {
+  std::vector<EngineState> engines = {{kPortable.name, "usable, serves every request"}};
+  const ksys_cpuinfo info = processor();
+  for (const Level& level : kLevels) {
+    if (level.vendor == 0) continue;
+    std::string state = "the processor lacks it";
+    if (offers(info, level)) {
+      const Override forced(level);
+      state =
+          servingEngine(traceCall(smoothSample), smoothSample) == level.name ? "usable" : "not part of this library";
+    }
+    engines.push_back({level.name, state});
+  }
+  return engines;
+}
+
+void forceLevel(const std::string& option) {
+  for (const Level& level : kLevels) {
+    if (option != level.option) continue;
+    if (!offers(processor(), level)) throw Error("--level " + option + ": this processor lacks it (see kip info)");
+    ksys_cpuinfo_setOverride(level.vendor, level.features);
+  }
+}
+
+CallTrace traceCall(const std::function<void()>& call) {
+  return watchCall(call, false);
+}
+
+std::string servingEngine(const CallTrace& trace, const std::function<void()>& repeat) {
+  // The library goes by the second level's bit alone.
+  const ksys_cpuinfo info = processor();
+  const Level& vectorLevel = kLevels[(info.features & ksys_cpuAvx2) != 0 ? 2 : 1];
+  const Override portable(kPortable);
+  return watchCall(repeat, true) == trace ? kPortable.name : vectorLevel.name;
+}
+
+// src/masked/vec8.cpp leaves every request to the portable one.
+std::string maskedEngine() {
+  return kPortable.name;
 }
 
 }  // namespace kip::tool

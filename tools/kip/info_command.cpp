@@ -32,7 +32,7 @@ void printInfo() {
   for (const Feature& feature : kFeatures) {
     std::printf("  %-46s %s\n", feature.name, (processor.features & feature.bit) != 0 ? "yes" : "no");
   }
-  std::printf("\nengines:\n");
+  std::printf("\nengines (requests go to the last usable one, and to the portable one if that does not serve them):\n");
   for (const EngineState& engine : listEngines()) {
     std::printf("  %-46s %s\n", engine.name.c_str(), engine.state.c_str());
   }

@@ -24,6 +24,9 @@ int run(int argc, char** argv) {
   app.set_version_flag("--version", "kip " KIP_VERSION);
   app.require_subcommand(1);
   kip::tool::addSmoothCommand(app);
+  kip::tool::addReduceCommand(app);
+  kip::tool::addBinomialCommand(app);
+  kip::tool::addPyramidCommand(app);
   kip::tool::addInfoCommand(app);
   try {
     app.parse(argc, argv);

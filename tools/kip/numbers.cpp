@@ -38,17 +38,25 @@ std::vector<int32_t> parseList(const std::string& text) {
   return numbers;
 }
 
+void refuseOutside(const std::string& option, const std::string& text, int32_t number, int32_t least, int32_t most) {
+  if (number >= least && number <= most) return;
+  refuse(option, text, "must lie in " + std::to_string(least) + " to " + std::to_string(most));
+}
+
 }  // namespace
 
 std::array<int32_t, 2> parsePair(const std::string& option, const std::string& text, int32_t least) {
   const std::vector<int32_t> numbers = parseList(text);
   if (numbers.empty() || numbers.size() > 2) refuse(option, text, "one whole number or two with a comma are expected");
-  for (const int32_t number : numbers) {
-    if (number < least || number > kMaxPairValue) {
-      refuse(option, text, "must lie in " + std::to_string(least) + " to " + std::to_string(kMaxPairValue));
-    }
-  }
+  for (const int32_t number : numbers) refuseOutside(option, text, number, least, kMaxPairValue);
   return {numbers.front(), numbers.back()};
+}
+
+int32_t parseCount(const std::string& option, const std::string& text, int32_t least, int32_t most) {
+  int32_t number = 0;
+  if (!parseAll(text, number)) refuse(option, text, "a whole number is expected");
+  refuseOutside(option, text, number, least, most);
+  return number;
 }
 
 std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text) {
@@ -63,6 +71,12 @@ double parsePositive(const std::string& option, const std::string& text) {
   double value = 0;
   if (!parseAll(text, value) || !std::isfinite(value)) refuse(option, text, "a number is expected");
   if (!(value > 0)) refuse(option, text, "must be above 0");
+  return value;
+}
+
+double parseFraction(const std::string& option, const std::string& text) {
+  double value = 0;
+  if (!parseAll(text, value) || !(value >= 0 && value <= 1)) refuse(option, text, "a number from 0 to 1 is expected");
   return value;
 }
 

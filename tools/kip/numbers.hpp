@@ -16,7 +16,11 @@ constexpr int32_t kMaxPairValue = 1'000'000;
 std::array<int32_t, 2> parsePair(const std::string& option, const std::string& text, int32_t least);
 // "X,Y,W,H": X and Y at least 0, W and H at least 1.
 std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text);
+// One whole number from `least` to `most`.
+int32_t parseCount(const std::string& option, const std::string& text, int32_t least, int32_t most);
 // A finite number above 0.
 double parsePositive(const std::string& option, const std::string& text);
+// A number from 0 to 1.
+double parseFraction(const std::string& option, const std::string& text);
 
 }  // namespace kip::tool

@@ -24,7 +24,7 @@ struct Unfinished {
   volatile std::sig_atomic_t used;
   char path[PATH_MAX];
 };
-Unfinished unfinished[4];
+Unfinished unfinished[32];  // a pyramid has the most
 
 void remember(const std::string& path) {
   for (Unfinished& entry : unfinished) {

@@ -27,22 +27,25 @@ void drawPicture(Picture& sheet, int32_t left, int32_t top, const SheetEntry& en
 }  // namespace
 
 Picture makeSheet(const std::vector<SheetEntry>& entries, int32_t columns) {
-  int64_t cellWidth = 1, cellHeight = 1;
-  for (const SheetEntry& entry : entries) {
-    cellWidth = std::max({cellWidth, int64_t{entry.picture->width}, textWidth(entry.caption, kZoom)});
-    cellHeight = std::max(cellHeight, int64_t{entry.picture->height});
+  const auto columnCount = std::min(static_cast<size_t>(columns), entries.size());
+  const size_t rowCount = (entries.size() + columnCount - 1) / columnCount;
+  // The corners of the cells; the last ones are the sheet's size.
+  std::vector<int64_t> lefts(columnCount + 1, kMargin), tops(rowCount + 1, kMargin);
+  const auto widen = [](std::vector<int64_t>& corners, size_t i, int64_t size) {
+    const int64_t missing = corners[i] + size + kMargin - corners[i + 1];
+    for (size_t next = i + 1; missing > 0 && next < corners.size(); ++next) corners[next] += missing;
+  };
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const Picture& picture = *entries[i].picture;
+    widen(lefts, i % columnCount, std::max(int64_t{picture.width}, textWidth(entries[i].caption, kZoom)));
+    widen(tops, i / columnCount, int64_t{picture.height} + kGap + kCaptionHeight);
   }
-  const auto count = static_cast<int64_t>(entries.size());
-  const int64_t rows = (count + columns - 1) / columns;
-  const int64_t stepX = cellWidth + kMargin, stepY = cellHeight + kGap + kCaptionHeight + kMargin;
-  Picture sheet = Picture::make(std::min<int64_t>(columns, count) * stepX + kMargin, rows * stepY + kMargin, 8);
+  Picture sheet = Picture::make(lefts.back(), tops.back(), 8);
   std::fill(sheet.pixels8.begin(), sheet.pixels8.end(), kPaper);
-  for (int64_t i = 0; i < count; ++i) {
-    const SheetEntry& entry = entries[static_cast<size_t>(i)];
-    const auto left = static_cast<int32_t>(i % columns * stepX + kMargin);
-    const auto top = static_cast<int32_t>(i / columns * stepY + kMargin);
-    drawPicture(sheet, left, top, entry);
-    drawText(sheet, left, top + entry.picture->height + kGap, entry.caption, kZoom, kInk);
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const auto left = static_cast<int32_t>(lefts[i % columnCount]), top = static_cast<int32_t>(tops[i / columnCount]);
+    drawPicture(sheet, left, top, entries[i]);
+    drawText(sheet, left, top + entries[i].picture->height + kGap, entries[i].caption, kZoom, kInk);
   }
   return sheet;
 }

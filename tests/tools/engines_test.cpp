@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "kip/gauss.h"
+#include "library_call.hpp"
+#include "run_kip.hpp"
+
+namespace kip::test {
+namespace {
+
+using Words = std::vector<std::string>;
+
+struct Level {
+  const char* option;
+  const char* name;
+  int32_t vendor, features;
+};
+constexpr Level kLevels[] = {
+    {"portable", "portable", 0, 0},
+    {"1", "level 1 (SSE2)", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer},
+    {"2", "level 2 (AVX2)", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2}};
+
+struct Served {
+  Words options;
+  bool first, second;  // whether the level serves the request
+};
+const Served kServed[] = {
+    {{"--sigma", "3"}, true, true},
+    {{"--sigma", "3", "--depth", "16"}, true, true},
+    {{"--sigma", "3", "--sample", "2", "--scale", "0.5"}, true, true},
+    {{"--sigma", "1"}, true, true},
+    {{"--sigma", "2", "--sample", "3"}, true, true},
+    {{"--sigma", "3", "--round"}, false, true},
+    {{"--sigma", "3", "--scale", "0.75"}, false, true},
+    {{"--sigma", "1,64"}, false, true},
+    {{"--sigma", "1,203"}, false, false},
+    {{"--sigma", "3", "--roi", "10,10,32,300"}, true, false},
+    {{"--sigma", "1", "--sample", "100"}, false, false},
+};
+
+// The levels this program says it can use.
+bool isUsable(const Level& level) {
+  const std::string info = runKip({"info"}).out;
+  const size_t line = info.find("  " + std::string(level.name) + " ");
+  EXPECT_NE(line, std::string::npos) << info;
+  return info.substr(line, info.find('\n', line) - line).find(" usable") != std::string::npos;
+}
+
+TEST(Engines, AreNamedAsTheyServe) {
+  const Folder folder;
+  for (const Level& level : kLevels) {
+    if (!isUsable(level)) continue;
+    for (const Served& served : kServed) {
+      SCOPED_TRACE(level.name + testing::PrintToString(served.options));
+      Words arguments = {"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--verbose", "--level", level.option};
+      arguments.insert(arguments.end(), served.options.begin(), served.options.end());
+      const Outcome outcome = runKip(arguments);
+      ASSERT_EQ(outcome.code, 0) << outcome.err;
+      const bool serves = level.option[0] == '1' ? served.first : level.option[0] == '2' && served.second;
+      const std::string engine = serves ? level.name : "portable";
+      EXPECT_NE(outcome.err.find("engine: " + engine + ","), std::string::npos) << outcome.err;
+    }
+  }
+}
+
+TEST(Engines, AreForcedThroughTheProcessorOverride) {
+  const Folder folder;
+  kip_gaussParams params;
+  kip_gaussParams_init(&params);
+  params.xSigma = params.ySigma = 2;
+  for (const Level& level : kLevels) {
+    if (!isUsable(level)) continue;
+    SCOPED_TRACE(level.name);
+    ASSERT_EQ(runKip({"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--sigma", "2", "--level", level.option}).code,
+              0);
+    ksys_cpuinfo_setOverride(level.vendor, level.features);
+    const Called expected = callOn(read(KIP_SHIPPED_CHART), std::nullopt, [&](auto* src, auto*, auto* dst, auto*) {
+      return kip_gauss_smooth8_8(src, dst, &params);
+    });
+    ksys_cpuinfo_clearOverride();
+    expectEqual(read(folder / "out.pgm"), expected.picture);
+  }
+}
+
+}  // namespace
+}  // namespace kip::test

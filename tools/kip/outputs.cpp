@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "outputs.hpp"
+
+#include "error.hpp"
+
+namespace kip::tool {
+
+void Outputs::add(const std::string& name) {
+  entries_.emplace_back(name);
+  for (size_t i = 0; i + 1 < entries_.size(); ++i) {
+    if (entries_[i].file.target() == entries_.back().file.target()) {
+      throw UsageError(name + ": is the name of another result too");
+    }
+  }
+}
+
+void Outputs::addSheet(const std::string& name) {
+  if (formatOfName(name) != Format::png) throw UsageError(name + ": the sheet is a PNG file");
+  add(name);
+}
+
+void Outputs::write(const Picture& picture) {
+  Entry& entry = entries_.at(written_++);
+  writePicture(entry.file, entry.format, picture);
+}
+
+void Outputs::commit() {
+  for (Entry& entry : entries_) entry.file.commit();
+}
+
+}  // namespace kip::tool

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "library_image.hpp"
+
+namespace kip::tool {
+
+enum class Axes { both, x, y };
+
+// No picture can be halved more often.
+constexpr int32_t kMaxLevels = 20;
+
+// Throws Error when the picture is gone before it has been halved so often.
+void refuseMissingLevels(const std::string& name, const Picture& picture, Axes axes, int32_t levels);
+
+// One level: half the size, rounded down. Throws Error with the name in front.
+MaskedPicture reduce(const std::string& name, MaskedPicture& source, Axes axes);
+
+}  // namespace kip::tool
