@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "kernelcheck/gauss_levels.hpp"
 #include "kernelcheck/row.hpp"
-#include "oracle/gauss_case.hpp"
 #include "support/host_images.hpp"
 #include "support/host_seams.hpp"
 
@@ -10,23 +10,17 @@ namespace kernelcheck {
 
 using GaussKernel = ksys_status (*)(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**);
 
-// How the processor record selects a level, and how the level shows that it was the one to run.
-struct GaussLevel {
-  const char* name;
-  int32_t vendor, features;
-  int64_t (*attentionChecks)(const ksIRegion& source, const ksGaussParams& params, const ksIRegion& destination);
-};
-
-inline constexpr GaussLevel portable = {"portable", 0, 0, oracle::attentionChecks};
-
 // Runs the kernel twice, with different surroundings, fills and positions in memory, and compares with what it must
 // produce: status, region, engine, pixels, and everything else untouched.
 template <typename Pixel>
 Verdict checkGauss(const kiptest::GaussCase& test, GaussKernel kernel, const GaussLevel& level) {
   using namespace kiptest;
-  const std::vector<Pixel> expected = oracle::smooth<Pixel>(test.source, test.params, test.computed);
-  const int64_t polls = level.attentionChecks(test.source.region, test.params, test.computed);
+  Engine engine = Engine::portable;
+  std::vector<Pixel> expected;
   for (const bool second : {false, true}) {
+    const Engine before = engine;
+    engine = level.engineFor(test, sizeof(Pixel) == 1, !second);
+    if (!second || engine != before) expected = smoothBy<Pixel>(engine, test);
     Canvas<uint8_t> source(test.source.region, second ? 0xC3 : 0x5A, second ? Placement::atStart : Placement::atEnd);
     Canvas<Pixel> destination(test.destination, static_cast<Pixel>(second ? 0xFFFF : 0),
                               second ? Placement::atEnd : Placement::surrounded);
@@ -43,12 +37,12 @@ Verdict checkGauss(const kiptest::GaussCase& test, GaussKernel kernel, const Gau
     const Fault fault = runGuarded([&] {
       status = kernel(legacySource.get(), legacyDestination.get(), &test.params, second ? nullptr : &region, &out);
     });
-    if (fault == Fault::guardPage) return {fault, "touched memory outside the source or the destination"};
-    if (fault == Fault::failedCheck) return {fault, "failed an argument check"};
+    if (fault != Fault::none) return verdictOn(fault);
     if (status != 0) return {Fault::status, "status " + std::to_string(status)};
     if (out != legacyDestination.get() || (!second && region != test.computed)) {
       return {Fault::region, "wrong destination or region"};
     }
+    const int64_t polls = attentionChecks(engine, test);
     if (asked.names() != std::vector<std::wstring>{L"gauss"} || attention.count() != polls) {
       return {Fault::wrongEngine, "attention was polled " + std::to_string(attention.count()) + " times instead of " +
                                       std::to_string(polls)};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <chrono>
-
 #include "kernelcheck/gauss_check.hpp"
+#include "reduce2/levels.hpp"
 
 namespace kernelcheck {
 
@@ -22,32 +21,31 @@ double benchGauss(const GaussLevel& level) {
   params.xSigma = params.ySigma = 2;
   params.extendBorder = 1;
   const ProcessorOverride processor(level.vendor, level.features);
-
-  using Clock = std::chrono::steady_clock;
-  double best = 1e9;
-  for (const auto end = Clock::now() + std::chrono::milliseconds(500); Clock::now() < end;) {
-    const auto start = Clock::now();
+  return timePerPixel(int64_t{region.width} * region.height, [&] {
     ksVImage* out = nullptr;
-    if (kip_gauss(from.get(), to.get(), &params, nullptr, &out) != 0) return -1;
-    best = std::min(best, std::chrono::duration<double, std::nano>(Clock::now() - start).count());
-  }
-  return best / (double{1024} * 768);
+    return kip_gauss(from.get(), to.get(), &params, nullptr, &out);
+  });
 }
 
 template <typename Pixel>
 Row makeRow(const std::string& kernel, const GaussLevel& level) {
-  const auto draw = [](uint64_t seed, int32_t index) { return drawGaussCase(seed, index, false); };
   return {
-      kernel + '/' + level.name, 3000, [draw](uint64_t seed, int32_t index) { return draw(seed, index).describe(); },
-      [draw, level](uint64_t seed, int32_t index) { return checkGauss<Pixel>(draw(seed, index), kip_gauss, level); },
+      kernel + '/' + level.name,
+      level.features,
+      level.features == 0 ? 3000 : 2000,
+      [level](uint64_t seed, int32_t index) { return level.draw(seed, index).describe(); },
+      [level](uint64_t seed, int32_t index) { return checkGauss<Pixel>(level.draw(seed, index), kip_gauss, level); },
       [level] { return benchGauss<Pixel>(level); }};
 }
 
 }  // namespace
 
 void addGaussRows(std::vector<Row>& rows) {
-  rows.push_back(makeRow<uint8_t>("gauss8_8", portable));
-  rows.push_back(makeRow<uint16_t>("gauss8_16", portable));
+  for (const GaussLevel& level : {portable, level1, level2}) {
+    if (level.features != 0 && !kip::hasVectorRows()) continue;
+    rows.push_back(makeRow<uint8_t>("gauss8_8", level));
+    rows.push_back(makeRow<uint16_t>("gauss8_16", level));
+  }
 }
 
 }  // namespace kernelcheck

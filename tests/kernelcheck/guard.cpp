@@ -30,4 +30,10 @@ Fault runGuarded(const std::function<void()>& call) {
   return static_cast<Fault>(left);
 }
 
+Verdict verdictOn(Fault fault) {
+  if (fault == Fault::guardPage) return {fault, "touched memory outside the pictures"};
+  if (fault == Fault::failedCheck) return {fault, "failed an argument check"};
+  return {};
+}
+
 }  // namespace kernelcheck

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "kernelcheck/row.hpp"
+#include "kip/host/ksys.h"
 
 namespace {
 
@@ -92,8 +93,16 @@ int main(int count, char** arguments) {
 
   std::vector<Row> rows;
   addGaussRows(rows);
+  addReduceRows(rows);
+  ksys_cpuinfo processor;
+  if (ksys_cpuinfo_init(&processor) != 0) processor.features = 0;
   Tally total;
+  int32_t skipped = 0;
   for (const Row& row : rows) {
+    if ((row.features & ~processor.features) != 0) {
+      ++skipped;
+      continue;
+    }
     if (options.bench) {
       if (!selected(options, row.name)) continue;
       std::printf("%-24s %8.3f ns/pixel\n", row.name.c_str(), row.bench());
@@ -104,6 +113,7 @@ int main(int count, char** arguments) {
     total.ran += tally.ran;
     total.failed += tally.failed;
   }
+  if (skipped > 0) std::printf("skipped: %d rows that this processor has no level for\n", skipped);
   if (total.ran == 0) {
     std::fprintf(stderr, "kernelcheck: nothing ran: no case's name contains '%s'\n", options.filter.c_str());
     return 2;

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "kernelcheck/gauss_check.hpp"
+#include "kernelcheck/self_test.hpp"
 
 namespace kernelcheck {
 
@@ -92,24 +93,37 @@ ksys_status runBroken(const ksImage* source, ksVImage* destination, const ksGaus
 
 }  // namespace
 
+bool catches(const char* name, Fault expected, int32_t cases, const std::function<Verdict(int32_t index)>& check) {
+  Verdict verdict;
+  int32_t index = 0;
+  while (index < cases && verdict.fault == Fault::none) verdict = check(index++);
+  const bool caught = verdict.fault == expected;
+  std::printf("%-32s %s after %d cases\n%s", name,
+              caught                         ? "caught"
+              : verdict.fault == Fault::none ? "NOT CAUGHT"
+                                             : "CAUGHT BY ANOTHER FAULT: ",
+              index, caught ? "" : (verdict.detail + '\n').c_str());
+  return caught;
+}
+
 bool selfTest(uint64_t seed) {
+  constexpr int32_t cases = 100;
   bool allCaught = true;
   for (const Broken& broken : brokenKernels) {
     current = &broken;
-    Verdict verdict;
-    int32_t index = 0;
-    while (index < 100 && verdict.fault == Fault::none) {
-      verdict = checkGauss<uint8_t>(drawGaussCase(seed, index++, false), runBroken, portable);
-    }
-    const bool caught = verdict.fault == broken.expected;
-    allCaught = allCaught && caught;
-    std::printf("%-26s %s after %d cases\n%s", broken.name,
-                caught                         ? "caught"
-                : verdict.fault == Fault::none ? "NOT CAUGHT"
-                                               : "CAUGHT BY ANOTHER FAULT: ",
-                index, caught ? "" : (verdict.detail + '\n').c_str());
+    allCaught &= catches(broken.name, broken.expected, cases, [seed](int32_t index) {
+      return checkGauss<uint8_t>(drawGaussCase(seed, index, false), runBroken, portable);
+    });
   }
-  return allCaught;
+  // the portable engine where a vectorised one should run
+  for (GaussLevel level : {level1, level2}) {
+    level.features = 0;
+    const std::string name = std::string("portable at ") + level.name;
+    allCaught &= catches(name.c_str(), Fault::wrongEngine, cases, [seed, &level](int32_t index) {
+      return checkGauss<uint8_t>(level.draw(seed, index), kip_gauss, level);
+    });
+  }
+  return selfTestReduce(seed) && allCaught;
 }
 
 }  // namespace kernelcheck

@@ -47,6 +47,19 @@ std::string GaussCase::describe() const {
   return text.str();
 }
 
+void finishGaussCase(GaussCase& test, Random& random) {
+  test.destination = oracle::destinationOf(test.source.region, test.params);
+  if (test.destination.width == 0) {
+    test.destination = {test.source.region.x, test.source.region.y, 3, 2};
+  } else {
+    drawRun(random, test.destination.x, test.destination.width);
+    drawRun(random, test.destination.y, test.destination.height);
+  }
+  test.computed = oracle::destinationOf(test.source.region, test.params, &test.destination);
+  test.pattern = static_cast<Pattern>(random.between(0, static_cast<int32_t>(Pattern::count) - 1));
+  test.source.pixels = drawPattern(test.pattern, test.source.region, random);
+}
+
 GaussCase drawGaussCase(uint64_t seed, int32_t index, bool mirrored) {
   Random random(seed, static_cast<uint64_t>(index));
   GaussCase drawn;
@@ -68,16 +81,7 @@ GaussCase drawGaussCase(uint64_t seed, int32_t index, bool mirrored) {
   params.extendBorder = mirrored || !random.chance(4);
   params.peakNormalize = !mirrored && random.chance(8);
 
-  drawn.destination = oracle::destinationOf(drawn.source.region, params);
-  if (drawn.destination.width == 0) {
-    drawn.destination = {drawn.source.region.x, drawn.source.region.y, 3, 2};
-  } else {
-    drawRun(random, drawn.destination.x, drawn.destination.width);
-    drawRun(random, drawn.destination.y, drawn.destination.height);
-  }
-  drawn.computed = oracle::destinationOf(drawn.source.region, params, &drawn.destination);
-  drawn.pattern = static_cast<Pattern>(random.between(0, static_cast<int32_t>(Pattern::count) - 1));
-  drawn.source.pixels = drawPattern(drawn.pattern, drawn.source.region, random);
+  finishGaussCase(drawn, random);
   return drawn;
 }
 

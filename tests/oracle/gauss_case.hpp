@@ -20,6 +20,9 @@ struct GaussCase {
   [[nodiscard]] std::string describe() const;
 };
 
+// Draws what a source region and parameters leave open.
+void finishGaussCase(GaussCase& test, Random& random);
+
 // The index-th case of a seeded run. `mirrored`: always with border extension and without peak normalisation, as the
 // image and window functions ask for.
 GaussCase drawGaussCase(uint64_t seed, int32_t index, bool mirrored);

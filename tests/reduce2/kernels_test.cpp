@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/canvas.hpp"
 #include "support/host_seams.hpp"
 #include "support/pictures.hpp"
 
@@ -13,131 +12,70 @@ using namespace kiptest;
 
 constexpr ksys_status fallback = KSYS_STATUS(0x80000601);
 
-// One size: sources at the edges of guarded pages, destinations in the middle of a fill.
-template <typename Pixel>
-class Case {
- public:
-  Case(int32_t width, int32_t height, uint64_t seed)
-      : random_(seed, static_cast<uint64_t>(width) << 32 | static_cast<uint32_t>(height)),
-        src_(drawPicture<Pixel>(width, height, random_)),
-        mask_(drawPicture<uint8_t>(width, height, random_)),
-        srcCanvas_({0, 0, width, height}, 0x55, random_.chance(2) ? Placement::atStart : Placement::atEnd),
-        maskCanvas_({0, 0, width, height}, 0x55, random_.chance(2) ? Placement::atStart : Placement::atEnd) {
-    srcCanvas_.paint(src_.pixels);
-    maskCanvas_.paint(mask_.pixels);
-  }
-
-  // Every kernel, portable, and every hook at every level.
-  void run(const std::vector<Level>& levels) {
-    for (const KernelRow<Pixel>& row : kernelRows<Pixel>()) {
-      check(row, row.generic, nullptr);
-      if (row.hook == nullptr) continue;
-      for (const Level& level : levels) {
-        const ProcessorOverride processor(level.vendor, level.features);
-        check(row, row.hook, &level);
-      }
-    }
-  }
-
- private:
-  void check(const KernelRow<Pixel>& row, Kernel<Pixel>* kernel, const Level* level) {
-    const bool wantsMask = row.masked && !random_.chance(4);
-    SCOPED_TRACE(testing::Message() << row.name << ' ' << 8 * sizeof(Pixel) << " bits, "
-                                    << (level == nullptr ? "generic" : level->name) << ", " << src_.width << 'x'
-                                    << src_.height << (wantsMask ? ", result mask" : ""));
-    const ksIRegion region = {0, 0, src_.width / row.plan.xStep, src_.height / row.plan.yStep};
-    const Pixel fill = static_cast<Pixel>(random_.pick({0x00, 0xAAAA, 0xFFFF}));
-    const Canvas<Pixel> dst(region, fill);
-    const Canvas<uint8_t> dstMask(region, 0xAA);
-    KernelCall<Pixel> call = {.width = src_.width,
-                              .height = src_.height,
-                              .src = srcCanvas_.pixels(),
-                              .srcPitch = srcCanvas_.stride(),
-                              .dst = dst.pixels(),
-                              .dstPitch = dst.stride()};
-    if (row.masked) {
-      call.srcMask = maskCanvas_.pixels();
-      call.srcMaskPitch = maskCanvas_.stride();
-    }
-    if (wantsMask) {
-      call.dstMask = dstMask.pixels();
-      call.dstMaskPitch = dstMask.stride();
-    }
-    const ksys_status status = kernel(call);
-    const ksIRegion nothing = {0, 0, 0, 0};
-    if (level != nullptr && !serves(row, *level, src_.width, src_.height, wantsMask)) {
-      EXPECT_EQ(status, fallback);
-      EXPECT_TRUE(dst.intactOutside(nothing) && dstMask.intactOutside(nothing));
-      return;
-    }
-    ASSERT_EQ(status, 0);
-    EXPECT_TRUE(dst.intactOutside(region) && dstMask.intactOutside(wantsMask ? region : nothing));
-    if (!row.masked) {
-      EXPECT_EQ(difference(dst.crop(region), filtered(src_, row.plan).pixels, region.width), "");
-      return;
-    }
-    const auto expected = filteredMasked(src_, mask_, row.plan, [&](int32_t column, int32_t columns) {
-      return level != nullptr && isQuotient(row, column, columns);
-    });
-    EXPECT_EQ(difference(dst.crop(region), expected.image.pixels, region.width), "");
-    if (wantsMask) {
-      EXPECT_EQ(difference(dstMask.crop(region), expected.mask.pixels, region.width), "");
-    }
-  }
-
-  Random random_;
-  Picture<Pixel> src_;
-  Picture<uint8_t> mask_;
-  Canvas<Pixel> srcCanvas_;
-  Canvas<uint8_t> maskCanvas_;
-};
-
 template <typename Pixel>
 class Kernels : public testing::Test {};
 using Depths = testing::Types<uint8_t, uint16_t>;
 TYPED_TEST_SUITE(Kernels, Depths);
 
-TYPED_TEST(Kernels, EverySmallSize) {
-  const std::vector<Level> levels = usableLevels();
-  for (int32_t height = 1; height <= 24; ++height) {
-    for (int32_t width = 1; width <= 24; ++width) Case<TypeParam>(width, height, 1).run(levels);
-  }
-}
-
-// Every remainder of every step.
-TYPED_TEST(Kernels, EveryWidth) {
-  const std::vector<Level> levels = usableLevels();
-  for (int32_t width = 25; width <= 140; ++width) Case<TypeParam>(width, width % 7 + 2, 2).run(levels);
-}
-
-TYPED_TEST(Kernels, LargeSizes) {
-  const std::vector<Level> levels = usableLevels();
-  Random random(3);
-  for (uint64_t n = 0; n < 4; ++n) Case<TypeParam>(random.between(141, 400), random.between(60, 160), n).run(levels);
-}
-
-TEST(Kernels, SumsReachTheirLargestValue) {
-  const Picture<uint16_t> white(70, 6, 0xFFFF);
-  const Picture<uint8_t> full(70, 6, 0xFF);
+// What a hook does not serve it refuses before anything is written; 8-bit pixels without masks it serves everywhere.
+TYPED_TEST(Kernels, HooksServeAndRefuse) {
+  constexpr auto fill = static_cast<TypeParam>(0xA5A5);
+  Random random(1);
   for (const Level& level : usableLevels()) {
     const ProcessorOverride processor(level.vendor, level.features);
-    for (const KernelRow<uint16_t>& row : kernelRows<uint16_t>()) {
-      std::vector<uint16_t> dst(70 * 6);
-      std::vector<uint8_t> dstMask(70 * 6);
-      const int32_t width = 70 / row.plan.xStep;
-      const KernelCall<uint16_t> call = {
-          70, 6, white.pixels.data(), 70, dst.data(), width, full.pixels.data(), 70, dstMask.data(), width};
-      const bool served = serves(row, level, 70, 6, true);
-      ASSERT_EQ((served ? row.hook : row.generic)(call), 0);
-      const size_t count = static_cast<size_t>(width * 6 / row.plan.yStep);
-      EXPECT_EQ(std::count(dst.begin(), dst.begin() + static_cast<ptrdiff_t>(count), 0xFFFF),
-                static_cast<ptrdiff_t>(count))
-          << row.name << ' ' << level.name;
-      if (row.masked) {
-        EXPECT_EQ(dstMask[count - 1], 0xFF);
+    for (const KernelRow<TypeParam>& row : kernelRows<TypeParam>()) {
+      if (row.hook == nullptr) continue;
+      for (const int32_t width : {1, 2, 3, 4, 5, 40}) {
+        for (const int32_t height : {1, 2, 3, 4, 5, 9}) {
+          const bool wantsMask = row.masked && !random.chance(3);
+          SCOPED_TRACE(testing::Message() << row.name << ' ' << level.name << ", " << width << 'x' << height
+                                          << (wantsMask ? ", result mask" : ""));
+          const auto src = drawPicture<TypeParam>(width, height, random);
+          const Picture<uint8_t> mask(width, height, 200);
+          Picture<TypeParam> dst(width / row.plan.xStep, height / row.plan.yStep, fill);
+          std::vector<uint8_t> dstMask(src.pixels.size(), 0xA5);
+          const KernelCall<TypeParam> call = {width,
+                                              height,
+                                              src.pixels.data(),
+                                              width,
+                                              dst.pixels.data(),
+                                              dst.width,
+                                              mask.pixels.data(),
+                                              width,
+                                              wantsMask ? dstMask.data() : nullptr,
+                                              dst.width};
+          const bool served = serves(row, level, width, height, wantsMask);
+          ASSERT_EQ(row.hook(call), served ? 0 : fallback);
+          if (!served) {
+            EXPECT_EQ(std::count(dst.pixels.begin(), dst.pixels.end(), fill), std::ssize(dst.pixels));
+            EXPECT_EQ(std::count(dstMask.begin(), dstMask.end(), 0xA5), std::ssize(dstMask));
+          } else if (!row.masked) {
+            EXPECT_EQ(difference(dst.pixels, filtered(src, row.plan).pixels, dst.width), "");
+          }
+        }
       }
     }
   }
+}
+
+// The wider registers are used where the processor has them: no pixel shows it.
+TYPED_TEST(Kernels, LevelsSelectTheirRows) {
+  const auto select = [](int32_t features) {
+    const ProcessorOverride processor(1, features);
+    const kip::RowKernels<TypeParam>*plain = nullptr, *masked = nullptr;
+    const ksys_status status = kip::selectMaskedRows(masked);
+    EXPECT_EQ(status, kip::hasVectorRows() ? 0 : fallback);
+    EXPECT_EQ(kip::selectRows(plain), status);
+    EXPECT_EQ(plain, masked);
+    return masked;
+  };
+  constexpr int32_t narrow = ksys_cpuSse2Integer | ksys_cpuSse41;
+  if (!kip::hasVectorRows()) {
+    EXPECT_EQ(select(narrow), nullptr);
+    return;
+  }
+  EXPECT_NE(select(narrow), select(narrow | ksys_cpuAvx2));
+  EXPECT_NE(select(narrow), &kip::portableRows<TypeParam>());
 }
 
 // A hook's quotients round ties to even where the integers round up.
@@ -180,7 +118,7 @@ TEST(Kernels, NothingToReduce) {
 TYPED_TEST(Kernels, AttentionCadence) {
   const auto asked = [](const KernelRow<TypeParam>& row, int32_t height) {
     const auto perRows = [](int32_t rows) { return rows <= 0 ? 0 : (rows + 63) / 64; };
-    if (row.is5x1()) return perRows(height);
+    if (row.alongXOnly()) return perRows(height);
     if (row.plan.alongX && row.reduces()) return perRows(height - 1);
     return height < 5 ? 0 : perRows(height - (row.plan.alongX ? 2 : 4));
   };
@@ -191,7 +129,7 @@ TYPED_TEST(Kernels, AttentionCadence) {
     for (const KernelRow<TypeParam>& row : kernelRows<TypeParam>()) {
       for (const Level& level : levels) {
         const ProcessorOverride processor(level.vendor, level.features);
-        Kernel<TypeParam>* const kernel = serves(row, level, 40, height, true) ? row.hook : row.generic;
+        Kernel<TypeParam>* const kernel = row.kernel(serves(row, level, 40, height, true));
         std::vector<TypeParam> dst(src.pixels.size());
         std::vector<uint8_t> dstMask(src.pixels.size());
         const KernelCall<TypeParam> call = {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "kip/gauss2.h"
-#include "reduce2/binomial.hpp"
+#include "oracle/binomial.hpp"
 #include "support/canvas.hpp"
 #include "support/host_images.hpp"
 #include "support/pictures.hpp"
@@ -69,8 +69,6 @@ class Sheet {
   kimg_window window_;
   kimg_windowConst constWindow_;
 };
-
-inline constexpr Plan bothAxes = {true, true, 2, 2}, xAxis = {true, false, 2, 1}, yAxis = {false, true, 1, 2};
 
 struct Reduction {
   Plan plan;

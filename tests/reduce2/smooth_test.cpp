@@ -74,9 +74,8 @@ TYPED_TEST(Smooth, Windows) {
     for (const Plan& plan : passesOf(xRadius, yRadius)) {
       const KernelRow<TypeParam>& row = rowOf<TypeParam>(plan, true);
       const bool served = serves(row, level, part.width, part.height, true);
-      expected = filteredMasked(expected.image, expected.mask, plan, [&](int32_t column, int32_t columns) {
-        return served && isQuotient(row, column, columns);
-      });
+      expected = filteredMasked(expected.image, expected.mask, plan,
+                                [&](int32_t x, int32_t width) { return served && isQuotient(row, x, width); });
     }
     EXPECT_EQ(difference(dst.picture(part).pixels, expected.image.pixels, part.width), "");
     if (wantsMask) {

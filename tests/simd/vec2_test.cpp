@@ -7,7 +7,9 @@
 
 #include "engine/generic.hpp"
 #include "engine/regions.hpp"
+#include "frame/processor.hpp"
 #include "oracle/gauss_case.hpp"
+#include "simd/vec2_model.hpp"
 #include "support/host_images.hpp"
 #include "support/host_seams.hpp"
 
@@ -128,45 +130,6 @@ bool hasSigmaPath(const ksGaussParams& params) {
 
 // ---- sigma 1 and 2: their formulas
 
-uint8_t sigmaResult(int64_t sum, const ksGaussParams& params) {
-  const bool isOne = params.xSigma == 1;
-  const bool isRounded = params.roundResult != 0;
-  const int64_t quotient = isOne ? (sum + (isRounded ? 32 : 0)) >> 6 : ((sum + (isRounded ? 364 : 0)) * 11507) >> 23;
-  if (std::fabs(params.scale - 1.0f) <= 0x1p-23f) return static_cast<uint8_t>(quotient);
-  const float scaled = std::min(static_cast<float>(quotient) * params.scale, 255.0f);
-  return static_cast<uint8_t>(isOne || isRounded ? std::nearbyint(scaled) : std::trunc(scaled));
-}
-
-std::vector<uint8_t> smoothBySigmaFormula(const GaussCase& test, const std::vector<uint8_t>& before) {
-  static constexpr int64_t weights[2][7] = {{1, 3, 3, 1}, {1, 3, 6, 7, 6, 3, 1}};
-  const ksGaussParams& params = test.params;
-  const ksIRegion& region = test.source.region;
-  const auto& weight = weights[params.xSigma - 1];
-  // the source element under a tap, mirrored once; -1: none
-  const auto element = [](int64_t at, int64_t size) {
-    const int64_t mirrored = at < 0 ? -at - 1 : at < size ? at : 2 * size - 1 - at;
-    return mirrored >= 0 && mirrored < size ? mirrored : -1;
-  };
-  const kip::AxisKernel x = kip::xKernel(params);
-  const kip::AxisKernel y = kip::yKernel(params);
-  std::vector<uint8_t> pixels = before;
-  for (int64_t v = test.computed.y; v < test.computed.y + test.computed.height; ++v) {
-    for (int64_t u = test.computed.x; u < test.computed.x + test.computed.width; ++u) {
-      int64_t sum = 0;
-      for (int64_t i = 0; i < y.taps().size; ++i) {
-        const int64_t row = element(y.position(v) + y.taps().start + i - region.y, region.height);
-        for (int64_t j = 0; row >= 0 && j < x.taps().size; ++j) {
-          const int64_t column = element(x.position(u) + x.taps().start + j - region.x, region.width);
-          if (column >= 0) sum += weight[i] * weight[j] * test.source.pixels[size_t(row * region.width + column)];
-        }
-      }
-      pixels[size_t((v - test.destination.y) * test.destination.width + u - test.destination.x)] =
-          sigmaResult(sum, params);
-    }
-  }
-  return pixels;
-}
-
 void checkSigmaCase(const GaussCase& test) {
   const kip::RequestGeometry geometry = geometryOf(test);
   const Outcome<uint8_t> portable = run<uint8_t>(kip::gauss_genericSmooth, test);
@@ -180,17 +143,31 @@ void checkSigmaCase(const GaussCase& test) {
   EXPECT_EQ(actual.status, 0);
   EXPECT_TRUE(actual.handedOut && actual.intact);
   EXPECT_EQ(actual.zScale, 3.0f);
-  const std::vector<uint8_t> untouched(actual.pixels.size(), 0xC3);
-  const std::vector<uint8_t> expected = smoothBySigmaFormula(test, untouched);
+  const std::vector<uint8_t> smoothed = vec2SigmaSmooth(test.source, test.params, test.computed);
+  std::vector<uint8_t> expected(actual.pixels.size(), 0xC3);
+  for (int32_t row = 0; row < test.computed.height; ++row) {
+    const int64_t to = int64_t{test.computed.y - test.destination.y + row} * test.destination.width;
+    std::copy_n(smoothed.begin() + int64_t{row} * test.computed.width, test.computed.width,
+                expected.begin() + to + test.computed.x - test.destination.x);
+  }
   EXPECT_EQ(difference(actual.pixels, expected, test.destination.width), "");
   if (test.params.xSigma == 1 && test.params.scale == 1.0f && test.params.peakNormalize == 0) {
     EXPECT_EQ(actual.pixels, portable.pixels);
   }
 }
 
+class Vec2 : public testing::Test {
+ protected:
+  void SetUp() override {
+    ksys_cpuinfo processor;
+    ASSERT_EQ(ksys_cpuinfo_init(&processor), 0);
+    if (!kip::hasFeatures(processor, ksys_cpuAvx2)) GTEST_SKIP() << "the processor has no AVX2";
+  }
+};
+
 }  // namespace
 
-TEST(Vec2, GeneralPathEqualsThePortableEngine) {
+TEST_F(Vec2, GeneralPathEqualsThePortableEngine) {
   for (int32_t index = 0; index < 4000 && !HasFailure(); ++index) {
     const GaussCase test = drawGeneralCase(index);
     SCOPED_TRACE(std::to_string(index) + ' ' + test.describe());
@@ -208,7 +185,7 @@ TEST(Vec2, GeneralPathEqualsThePortableEngine) {
 }
 
 // Flat areas show whether quotients are the portable engine's: a reciprocal too low makes them darker by one.
-TEST(Vec2, GeneralPathKeepsFlatAreasAsThePortableEngineDoes) {
+TEST_F(Vec2, GeneralPathKeepsFlatAreasAsThePortableEngineDoes) {
   for (int32_t xSigma = 0; xSigma <= 16; ++xSigma) {
     for (int32_t ySigma : {0, 1, 2, 3, 5, 8, 15, 16, xSigma}) {
       GaussCase test = makeCase(256, 20, 0);
@@ -228,7 +205,7 @@ TEST(Vec2, GeneralPathKeepsFlatAreasAsThePortableEngineDoes) {
 }
 
 // Columns that make the running sums as large as they get: white, and stripes as high as the box.
-TEST(Vec2, GeneralPathHoldsTheLargestSums) {
+TEST_F(Vec2, GeneralPathHoldsTheLargestSums) {
   for (const int32_t ySigma : {63, 64, 70, 127, 202, 203, 258}) {
     for (const int32_t xSigma : {1, 44}) {
       GaussCase test = makeCase(40, 3 * ySigma + 9, 0);
@@ -249,7 +226,7 @@ TEST(Vec2, GeneralPathHoldsTheLargestSums) {
 }
 
 // Every left pad, every number of columns in the last group, in lines of one and more pieces.
-TEST(Vec2, SigmaPathsFollowTheirFormulas) {
+TEST_F(Vec2, SigmaPathsFollowTheirFormulas) {
   Random random(5);
   for (const int32_t base : {30, 2030}) {
     for (int32_t width = base; width < base + 80 && !HasFailure(); width += base == 30 ? 1 : 7) {
@@ -272,7 +249,7 @@ TEST(Vec2, SigmaPathsFollowTheirFormulas) {
 }
 
 // Sigma 1 allocates twice and leaves the z-scale, sigma 2 allocates nothing, all else does as the portable engine.
-TEST(Vec2, Selection) {
+TEST_F(Vec2, Selection) {
   enum Path { sigma1, sigma2, other };
   const auto pathOf = [](const auto& outcome) {
     EXPECT_EQ(outcome.status, 0);
@@ -308,7 +285,7 @@ TEST(Vec2, Selection) {
 }
 
 // The destination keeps exactly the rows before the check that failed.
-TEST(Vec2, AttentionStopsTheRows) {
+TEST_F(Vec2, AttentionStopsTheRows) {
   const struct {
     int32_t sigma, y, ySample, firstRow;
     std::vector<int32_t> stops;  // the row that the check precedes, counted from the first
@@ -349,7 +326,7 @@ TEST(Vec2, AttentionStopsTheRows) {
   }
 }
 
-TEST(Vec2, AllocationFailureLeavesTheDestination) {
+TEST_F(Vec2, AllocationFailureLeavesTheDestination) {
   for (const int32_t sigma : {1, 4}) {
     const GaussCase test = makeCase(50, 40, sigma);
     for (const int64_t failAt : {1, 2}) {
@@ -365,7 +342,7 @@ TEST(Vec2, AllocationFailureLeavesTheDestination) {
 }
 
 // A destination made for the call has the type of the template; a given one decides for itself.
-TEST(Vec2, DestinationKind) {
+TEST_F(Vec2, DestinationKind) {
   const GaussCase test = makeCase(40, 40, 1);
   Canvas<uint8_t> source(test.source.region, 0);
   source.paint(test.source.pixels);

@@ -35,6 +35,9 @@ struct Plan {
   [[nodiscard]] uint64_t weightSum() const { return (alongX ? 16u : 1u) * (alongY ? 16u : 1u); }
 };
 
+// The reductions.
+inline constexpr Plan bothAxes = {true, true, 2, 2}, xAxis = {true, false, 2, 1}, yAxis = {false, true, 1, 2};
+
 // The sum of weight(dx, dy) * term(x + dx, y + dy) around a source pixel.
 template <typename Term>
 uint64_t weightedSum(const Plan& plan, int32_t x, int32_t y, Term term) {
@@ -81,7 +84,7 @@ struct MaskedPicture {
   Picture<uint8_t> mask;
 };
 
-// isQuotient(column, columns): which outputs are single-precision quotients.
+// isQuotient(x, width): whether the output around column x of a source of that width is a single-precision quotient.
 template <typename Pixel, typename IsQuotient>
 MaskedPicture<Pixel> filteredMasked(const Picture<Pixel>& src, const Picture<uint8_t>& mask, const Plan& plan,
                                     IsQuotient isQuotient) {
@@ -93,15 +96,15 @@ MaskedPicture<Pixel> filteredMasked(const Picture<Pixel>& src, const Picture<uin
       const uint64_t weight = sum([&](int32_t column, int32_t row) { return mask.nearest(column, row); });
       const uint64_t value =
           sum([&](int32_t column, int32_t row) { return mask.nearest(column, row) * src.nearest(column, row); });
-      dst.image.at(x, y) =
-          isQuotient(x, dst.image.width) ? quotientMean<Pixel>(value, weight) : integerMean<Pixel>(value, weight);
+      dst.image.at(x, y) = isQuotient(x * plan.xStep, src.width) ? quotientMean<Pixel>(value, weight)
+                                                                 : integerMean<Pixel>(value, weight);
       dst.mask.at(x, y) = static_cast<uint8_t>((weight + plan.weightSum() / 2) / plan.weightSum());
     }
   }
   return dst;
 }
 
-inline bool never(int32_t /*column*/, int32_t /*columns*/) {
+inline bool never(int32_t /*x*/, int32_t /*width*/) {
   return false;
 }
 

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kernelcheck/gauss_levels.hpp"
+
+#include <cmath>
+
+#include "engine/regions.hpp"
+#include "kip/host/ksys.h"
+#include "simd/vec1_model.hpp"
+#include "simd/vec2_model.hpp"
+
+namespace kernelcheck {
+
+namespace {
+
+using namespace kiptest;
+
+// Larger than what the second level leaves to the portable engine, and tails of every length.
+GaussCase drawLarge(Random& random) {
+  GaussCase drawn;
+  drawn.source.region = {random.between(-60, 60), random.between(-60, 60), random.between(33, 200),
+                         random.between(33, random.pick({80, 200}))};
+  // where the paths for sigma 1 and 2 ask for attention
+  if (random.chance(12)) drawn.source.region.height = random.between(260, 600);
+  if (random.chance(12)) drawn.source.region.y = random.between(900, 1000);
+  ksGaussParams& params = drawn.params;
+  params = *ksGaussParamsNull();
+  params.xSample = random.pick({1, 1, 1, 2, 2, 3, 3, 4, 5, random.between(27, 40)});
+  params.ySample = random.pick({1, 1, 1, 2, 2, 3, 3, 4, 5});
+  params.xSigma = random.between(0, random.pick({3, 8, 24}));
+  params.ySigma = random.chance(2) ? params.xSigma : random.between(0, random.pick({3, 8, 24}));
+  params.extendBorder = !random.chance(4);
+  params.peakNormalize = random.chance(8);
+  return drawn;
+}
+
+// Requests that the first level serves.
+GaussCase drawForLevel1(uint64_t seed, int32_t index) {
+  Random random(seed, static_cast<uint64_t>(index));
+  GaussCase drawn;
+  do {
+    drawn = drawLarge(random);
+    if (random.chance(8)) drawn.source.region.width = 9 * drawn.params.xSample + random.between(0, 40);
+    if (random.chance(8)) drawn.params.ySigma = random.pick({40, 63});
+    drawn.params.scale =
+        random.pick({1.0f, 0.5f, 2.0f, std::nextafterf(1.0f, 2.0f), std::ldexp(1.0f, random.between(-20, 15))});
+  } while (!vec1Serves(drawn.source.region, drawn.params));
+  finishGaussCase(drawn, random);
+  return drawn;
+}
+
+GaussCase drawForLevel2(uint64_t seed, int32_t index) {
+  Random random(seed, static_cast<uint64_t>(index));
+  GaussCase drawn = drawLarge(random);
+  if (index % 2 == 0) drawn.params.xSigma = drawn.params.ySigma = random.between(1, 2);
+  drawn.params.scale = random.pick({1.0f, 1.0f, 0.5f, 0.75f, std::nextafterf(1.0f, 2.0f), std::nextafterf(1.0f, 0.0f),
+                                    1.0f - 0x1.8p-23f, 2.0f, 300.0f});
+  drawn.params.roundResult = random.between(0, 1);
+  finishGaussCase(drawn, random);
+  return drawn;
+}
+
+Engine level2Engine(const GaussCase& test, bool is8, bool asRegion) {
+  const ksGaussParams& params = test.params;
+  const int32_t sigma = params.xSigma;
+  if (!is8 || test.computed.width == 0 || sigma != params.ySigma || sigma < 1 || sigma > 2) return Engine::portable;
+  if (asRegion && (test.computed.width <= 32 || test.computed.height <= 32)) return Engine::portable;
+  kip::RequestGeometry geometry;
+  static_cast<void>(kip::computeRequest(test.source.region, params, test.destination, geometry));
+  if (geometry.source.width < 32) return Engine::portable;
+  if (sigma == 1) return params.xSample < 4 && params.ySample < 4 ? Engine::vec2Sigma1 : Engine::portable;
+  return geometry.source.height < 7 ? Engine::portable : Engine::vec2Sigma2;
+}
+
+}  // namespace
+
+const GaussLevel portable = {"portable", 0, 0,
+                             [](uint64_t seed, int32_t index) { return drawGaussCase(seed, index, false); },
+                             [](const GaussCase&, bool, bool) { return Engine::portable; }};
+const GaussLevel level1 = {"level1", 5, ksys_cpuMmxSse2 | ksys_cpuSse2Integer, drawForLevel1,
+                           [](const GaussCase&, bool, bool) { return Engine::vec1; }};
+const GaussLevel level2 = {"level2", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2,
+                           drawForLevel2, level2Engine};
+
+template <typename Pixel>
+std::vector<Pixel> smoothBy(Engine engine, const GaussCase& test) {
+  if (engine == Engine::vec1) return vec1Smooth<Pixel>(test.source, test.params, test.computed);
+  if constexpr (sizeof(Pixel) == 1) {
+    if (engine != Engine::portable) return vec2SigmaSmooth(test.source, test.params, test.computed);
+  }
+  return oracle::smooth<Pixel>(test.source, test.params, test.computed);
+}
+
+template std::vector<uint8_t> smoothBy(Engine engine, const GaussCase& test);
+template std::vector<uint16_t> smoothBy(Engine engine, const GaussCase& test);
+
+int64_t attentionChecks(Engine engine, const GaussCase& test) {
+  if (engine == Engine::vec1) return 0;
+  if (engine == Engine::portable) return oracle::attentionChecks(test.source.region, test.params, test.computed);
+  int64_t checks = 0;
+  for (int32_t row = 0; row < test.computed.height; ++row) {
+    checks += engine == Engine::vec2Sigma1 ? ((test.computed.y + row) & 1023) == 1023 : row % 256 == 255;
+  }
+  return checks;
+}
+
+}  // namespace kernelcheck

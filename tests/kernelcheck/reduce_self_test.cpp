@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kernelcheck/reduce_check.hpp"
+#include "kernelcheck/self_test.hpp"
+
+namespace kernelcheck {
+
+namespace {
+
+using namespace kiptest;
+using Call = kip::KernelCall<uint8_t>;
+
+volatile uint8_t sink;
+
+// A correct result, then damage.
+template <auto Damage>
+ksys_status broken(const Call& call) {
+  const ksys_status status = kip::gauss2_smoothMasked5x1_8(call);
+  if (status == 0 && call.dstMask != nullptr) Damage(call);
+  return status;
+}
+
+constexpr struct {
+  const char* name;
+  Fault expected;
+  kip::Kernel<uint8_t>* kernel;
+  bool served;  // stands in for a hook
+} brokenKernels[] = {
+    {"masked: another pixel", Fault::pixels, broken<[](const Call& c) { c.dst[c.width - 1] ^= 1; }>, false},
+    {"masked: another result mask", Fault::pixels, broken<[](const Call& c) { c.dstMask[c.width - 1] ^= 1; }>, false},
+    {"masked: integers, no quotients", Fault::pixels, kip::gauss2_smoothMasked5x1_8, true},
+    {"masked: stores past the row", Fault::wroteOutside, broken<[](const Call& c) { c.dst[c.width] = 77; }>, false},
+    {"masked: stores past its mask", Fault::wroteOutside, broken<[](const Call& c) { c.dstMask[c.width] = 77; }>,
+     false},
+    {"masked: writes to the mask", Fault::wroteOutside,
+     broken<[](const Call& c) { ++const_cast<uint8_t*>(c.srcMask)[0]; }>, false},
+    {"masked: reads past the mask", Fault::guardPage,
+     broken<[](const Call& c) { sink = c.srcMaskRow(c.height - 1)[c.width]; }>, false},
+    {"masked: reads before the mask", Fault::guardPage, broken<[](const Call& c) { sink = c.srcMask[-1]; }>, false},
+    {"masked: refuses", Fault::status, [](const Call&) { return KSYS_STATUS(0x80000601); }, false},
+};
+
+}  // namespace
+
+bool selfTestReduce(uint64_t seed) {
+  const KernelRow<uint8_t> row = {"", nullptr, nullptr, smooth5x1, true};
+  bool allCaught = true;
+  for (const auto& one : brokenKernels) {
+    allCaught &= catches(one.name, one.expected, reduceCases, [&](int32_t index) {
+      return checkReduce(drawReduceCase<uint8_t>(seed, index, true, false), row, one.kernel, {"", 0, 0}, one.served);
+    });
+  }
+  return allCaught;
+}
+
+}  // namespace kernelcheck
