@@ -8,7 +8,13 @@
  * parameters (sigma 1) give destination columns 1 ... 10. Leave the destination unbound to receive exactly the pixels
  * that the source can supply.
  *
- * The source is mirrored at its border with the edge pixel repeated; beyond one reflection it counts as 0. */
+ * The source is mirrored at its border with the edge pixel repeated; beyond one reflection it counts as 0.
+ *
+ * The portable engine defines the pixels; of a result beyond the pixel range it keeps the low bits. Where the processor
+ * allows it a vectorised engine serves the request. Level 1 (SSE2; truncation and scales that are powers of two) may be
+ * one off where the quotient lies just at an integer, saturates at 255 or 32767 when xSample is 1, and cannot be
+ * cancelled. Level 2 (AVX2) gives the portable engine's pixels, but with 8-bit results of sigma 2, or of sigma 1 and a
+ * scale other than 1, may be one off, saturates, ignores peakNormalize and leaves the client z-scale alone. */
 #ifndef KIP_GAUSS_H
 #define KIP_GAUSS_H
 

@@ -33,7 +33,7 @@ KSYS_DECLARATIONS_BEGIN
  * a dstMask must be bound. The transforms of `dst` and dstMask are replaced as kip_gauss_smooth8_8 does. When nothing
  * can be computed the status is 0 and neither is changed.
  *
- * Without a source mask every pixel is used and results beyond the pixel range keep their low bits, except where a
+ * Without a source mask every pixel is used and results beyond the pixel range come out as gauss.h says, except where a
  * sample mask is 0; dstMask receives 255 or the sample mask's bytes. This form asks the attention check, the one with a
  * source mask does not. Large requests with a source mask are cut into bands that run on the host's threads.
  *
