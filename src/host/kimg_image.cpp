@@ -50,7 +50,9 @@ void bind(kimg_image& image, const Binding& binding) {
   release(old);
 }
 
-ksys_status assignNewRect(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes) {
+// `allocate`: of the memory, with the pixels 0 or not.
+ksys_status bindNew(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes,
+                    ksys_status (*allocate)(uint64_t, void**)) {
   if (pixelBytes != 1 && pixelBytes != 2) return KSYS_STATUS_BAD_ARGUMENT;
   const int64_t rowBytes = kiphost::ownRowBytes(rect.width, pixelBytes);
   if (!kiphost::isRepresentable(rect) || rowBytes > INT32_MAX) return KSYS_STATUS_BAD_ARGUMENT;
@@ -58,7 +60,7 @@ ksys_status assignNewRect(kimg_image& image, const kstd_rect32& rect, int32_t pi
   if (!kiphost::isNull(rect)) {
     void* block;
     const uint64_t bytes = sizeof(kimg_pixels) + static_cast<uint64_t>(rowBytes) * static_cast<uint64_t>(rect.height);
-    const ksys_status status = ksys_memory_allocClear_internal(bytes, &block);
+    const ksys_status status = allocate(bytes, &block);
     if (failed(status)) return status;
     binding.owner = new (block) kimg_pixels;
     binding.pixels = static_cast<char*>(block) + sizeof(kimg_pixels);
@@ -67,9 +69,13 @@ ksys_status assignNewRect(kimg_image& image, const kstd_rect32& rect, int32_t pi
   return 0;
 }
 
+ksys_status assignNewRect(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes) {
+  return bindNew(image, rect, pixelBytes, ksys_memory_allocClear_internal);
+}
+
 ksys_status constructNew(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes) {
   image = {};
-  return assignNewRect(image, rect, pixelBytes);
+  return bindNew(image, rect, pixelBytes, ksys_memory_alloc_internal);
 }
 
 ksys_status constructFromMemory(kimg_image& image, const kstd_rect32& rect, void* pixels, int32_t stride,

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "kip/host/ksys.h"
+#include "spare_blocks.hpp"
 #include "status.hpp"
 
 namespace {
@@ -39,12 +40,14 @@ ksys_status allocate(uint64_t bytes, void** block) {
   const ksys_status status = askHandler(bytes);
   if (failed(status)) return status;
   if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kHugePage) return KSYS_STATUS_NO_MEMORY;
+  *block = kiphost::takeSpareBlock(bytes);
+  if (*block != nullptr) return 0;
   const uint64_t alignment = bytes < 2 * kHugePage ? kAlignment : kHugePage;
   const uint64_t rounded = bytes == 0 ? kAlignment : (bytes + alignment - 1) / alignment * alignment;
   *block = std::aligned_alloc(alignment, rounded);
   if (*block == nullptr) return KSYS_STATUS_NO_MEMORY;
 #ifdef MADV_HUGEPAGE
-  // the page faults of a fresh picture cost as much as a copy of it
+  // fewer page faults
   if (alignment == kHugePage) madvise(*block, rounded, MADV_HUGEPAGE);
 #endif
   return 0;
@@ -53,6 +56,10 @@ ksys_status allocate(uint64_t bytes, void** block) {
 }  // namespace
 
 ksys_status ksys_memory_alloc_internal(uint64_t bytes, void** block) {
+  return allocate(bytes, block);
+}
+
+ksys_status ksys_memory_alloc64_internal(uint64_t bytes, void** block) {
   return allocate(bytes, block);
 }
 
@@ -67,7 +74,7 @@ void ksys_memory_free_internal(void* block) {
   // The variable may be a pointer of any type: go by its bytes.
   void* address;
   std::memcpy(&address, block, sizeof address);
-  std::free(address);
+  if (!kiphost::keepSpareBlock(address)) std::free(address);
   address = nullptr;
   std::memcpy(block, &address, sizeof address);
 }

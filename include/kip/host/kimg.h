@@ -34,8 +34,8 @@ typedef kimg_image kimg_imageConst;
 typedef kimg_image kimg_image8Const;
 typedef kimg_image kimg_image16Const;
 
-/* Construct: a record that is not constructed yet becomes a bound image over new pixels, all 0, aligned to 64 bytes,
- * with the identity transform. Sizes of 0 give a bound image without pixels, negative ones
+/* Construct: a record that is not constructed yet becomes a bound image over new pixels, of any value and
+ * aligned to 64 bytes, with the identity transform. Sizes of 0 give a bound image without pixels, negative ones
  * KSYS_STATUS_BAD_ARGUMENT. On failure there is nothing to destruct. */
 ksys_status kimg_image8_construct(kimg_image8* image, int32_t width, int32_t height);
 ksys_status kimg_image16_construct(kimg_image16* image, int32_t width, int32_t height);

@@ -75,6 +75,8 @@ void ksys_typeCheckFunc_kmath_xformPtrhConst(void (*destructor)(kmath_xformPtrhC
 int32_t kmath_idiv(int32_t n, int32_t d);
 /* x rounded up; what 32 bits cannot hold saturates, not-a-number gives 0. */
 int32_t kmath_double_ceil(double x);
+/* 1 when a and b differ by at most epsilon, else 0; 0 when one is not a number. */
+int32_t kmath_double_epsilonEqual(double a, double b, double epsilon);
 
 KSYS_DECLARATIONS_END
 

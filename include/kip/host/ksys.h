@@ -46,6 +46,8 @@ typedef int32_t ksys_status;
 /* Stores the address of a new block of at least `bytes` bytes, aligned to 64, into *block; 0 bytes give a valid block.
  * On failure *block is null. The caller owns the block and releases it with ksys_memory_free_internal. */
 ksys_status ksys_memory_alloc_internal(uint64_t bytes, void** block);
+/* Where a caller relies on the alignment to 64. */
+ksys_status ksys_memory_alloc64_internal(uint64_t bytes, void** block);
 /* The same with all bytes set to 0. */
 ksys_status ksys_memory_allocClear_internal(uint64_t bytes, void** block);
 /* Releases the block whose address is in the `void *` variable that `block` points to, and sets that variable to null.

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "spare_blocks.hpp"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+
+namespace kiphost {
+
+#ifdef KIP_SANITIZED
+
+void* takeSpareBlock(uint64_t) {
+  return nullptr;
+}
+bool keepSpareBlock(void*) {
+  return false;
+}
+
+#else
+
+namespace {
+
+// Four blocks serve a request with its planes and results; what is kept never exceeds 64 MiB.
+constexpr size_t kMost = 4;
+constexpr uint64_t kSmallest = uint64_t{256} << 10;
+constexpr uint64_t kLargest = uint64_t{16} << 20;
+
+struct Spare {
+  void* block;
+  uint64_t bytes;
+};
+
+std::mutex mutex;
+std::array<Spare, kMost> spares{};  // guarded by mutex; the newest one first, null ones last
+
+}  // namespace
+
+void* takeSpareBlock(uint64_t bytes) {
+  if (bytes < kSmallest || bytes > kLargest) return nullptr;
+  const std::lock_guard lock(mutex);
+  const auto found = std::find_if(spares.begin(), spares.end(), [bytes](const Spare& spare) {
+    return spare.block != nullptr && bytes <= spare.bytes && spare.bytes <= 2 * bytes;
+  });
+  if (found == spares.end()) return nullptr;
+  void* const block = found->block;
+  std::move(found + 1, spares.end(), found);
+  spares.back() = {};
+  return block;
+}
+
+bool keepSpareBlock(void* block) {
+  const uint64_t bytes = block != nullptr ? malloc_usable_size(block) : 0;
+  if (bytes < kSmallest || bytes > kLargest) return false;
+  const std::lock_guard lock(mutex);
+  free(spares.back().block);
+  std::move_backward(spares.begin(), spares.end() - 1, spares.end());
+  spares.front() = {block, bytes};
+  return true;
+}
+
+#endif
+
+}  // namespace kiphost
