@@ -9,6 +9,7 @@
 #include "engine/setup.hpp"
 #include "frame/memory.hpp"
 #include "frame/processor.hpp"
+#include "kip/host/kmath.h"
 #include "simd/vec1_rows.hpp"
 
 namespace kip {
@@ -16,7 +17,7 @@ namespace kip {
 namespace {
 
 bool isClose(double a, double b) {
-  return std::abs(a - b) <= 1e-6;
+  return kmath_double_epsilonEqual(a, b, 1e-6) != 0;
 }
 
 bool isPowerOfTwo(float value) {

@@ -106,6 +106,10 @@ GaussCase drawGeneralCase(int32_t index) {
   params.ySigma = random.chance(2) ? params.xSigma : random.between(0, random.pick({3, 20, 70}));
   if (random.chance(8)) params.ySigma = random.pick({63, 64, 128, 202, 203, 300});
   if (random.chance(12)) params.xSigma = random.pick({200, 700, 5000});
+  if (random.chance(12)) {  // long pads with integers along the row
+    params.xSigma = random.between(30, 63);
+    params.ySigma = 0;
+  }
   params.scale = random.pick({1.0f, 1.0f, 1.0f, 0.5f, 0.75f, 2.0f, 300.0f, 1e-30f, 3e7f, 1e30f,
                               std::nextafterf(1.0f, 2.0f), std::nextafterf(1.0f, 0.0f)});
   params.roundResult = random.between(0, 1);
