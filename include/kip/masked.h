@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Gaussian smoothing that ignores the pixels which a mask marks invalid.
+/* Gaussian smoothing that ignores the pixels which a mask marks invalid: of 8-bit images into 8-bit or 16-bit ones and
+ * of 16-bit images into 16-bit ones. Masks have 8 bits throughout.
  *
  * Source mask: the pixels to use. Each output is the weighted mean of the valid pixels under the kernel, mirrored at
  * the source's border (beyond one reflection there are no valid pixels). Masks hold 0 (invalid) and 255 (valid); of
@@ -12,7 +13,9 @@
  * under its kernel is invalid.
  *     valid:    scale x (sum of weight x pixel) / (sum of weights); the result mask is 255
  *     invalid:  scale x the source pixel at the sample position; the result mask is 0
- * The value is truncated or rounded, then limited to the pixel range.
+ * The value is truncated or rounded, then limited to the pixel range. A vectorised engine gives the same but for the
+ * rounding of its fixed-point arithmetic; with scales other than powers of two from 2 on it keeps the low bits of a
+ * larger result.
  *
  * The sample position of the output in column c, row r of the rectangle that is computed is the source rectangle's
  * corner + (c xSample, r ySample). It need not be the centre of the kernel, and it moves with a destination that is
@@ -51,6 +54,26 @@ ksys_status kip_gauss_smoothMaskedWindow8_8(const kimg_window8Const* src, const 
                                             const kimg_window8Const* sampleMask, const kip_gaussParams* params,
                                             const kimg_window8* dst, const kimg_window8* dstMask);
 
+/* The same for 8-bit sources and 16-bit destinations, which keep a gain: scale 256 gives eight fractional bits. */
+ksys_status kip_gauss_smoothMasked8_16(const kimg_image8* src, const kimg_image8* srcMask,
+                                       const kimg_image8* sampleMask, const kip_gaussParams* params, kimg_image16* dst,
+                                       kimg_image8* dstMask);
+ksys_status kip_gauss_smoothMaskedWindow8_16(const kimg_window8Const* src, const kimg_window8Const* srcMask,
+                                             const kimg_window8Const* sampleMask, const kip_gaussParams* params,
+                                             const kimg_window16* dst, const kimg_window8* dstMask);
+
+/* The same for 16-bit sources, with KIP_STATUS_BAD_SIGMA above kip_gaussParamsGetMaxSigma16. The functions for unmasked
+ * smoothing of 16-bit images too: without a source mask they do not ask the attention check either. Then the portable
+ * engine divides by the weights of the columns that one reflection supplies, and its result mask is 255 where the
+ * sample mask is not 0; a vectorised engine divides by all of the kernel's weights, keeps the low 16 bits of a larger
+ * result and copies the sample mask's bytes. */
+ksys_status kip_gauss_smoothMasked16_16(const kimg_image16* src, const kimg_image8* srcMask,
+                                        const kimg_image8* sampleMask, const kip_gaussParams* params, kimg_image16* dst,
+                                        kimg_image8* dstMask);
+ksys_status kip_gauss_smoothMaskedWindow16_16(const kimg_window16Const* src, const kimg_window8Const* srcMask,
+                                              const kimg_window8Const* sampleMask, const kip_gaussParams* params,
+                                              const kimg_window16* dst, const kimg_window8* dstMask);
+
 /* The result mask of a masked request by coverage, without smoothing an image: 255 where at least the fraction
  * minCoverage of the kernel's pixels, and at least one, is valid and the sample mask (may be null or unbound) is not 0
  * at the sample position; else 0. Here a source mask byte is valid from 128 on. sigma and sample: x, then y. An unbound
@@ -62,6 +85,16 @@ ksys_status kip_gauss_smoothMaskedWindow8_8(const kimg_window8Const* src, const 
 ksys_status kip_filterMask_computeResultMask_(const kimg_image8* srcMask, const kimg_image8* sampleMask,
                                               const int32_t sigma[2], const int32_t sample[2], double minCoverage,
                                               kimg_image8* dstMask);
+
+/* The type checks of the vectorised engine's working record, for the host's checked clean-up: they do nothing. Each
+ * takes an address of the kind that its name tells; the last one calls the others with null. */
+void ksys_typeCheck_gauss_paramsWrapper(const void* object);
+void ksys_typeCheckPtr_gauss_paramsWrapper(const void* pointer);
+void ksys_typeCheckFunc_gauss_paramsWrapper(const void* function);
+void ksys_typeCheckFuncPtr_gauss_paramsWrapper(const void* function);
+void ksys_typeCheckFuncStatus_gauss_paramsWrapper(const void* function);
+void ksys_typeCheckFuncStatusPtr_gauss_paramsWrapper(const void* function);
+void ksys_typeCheck_gauss_paramsWrapper_gauss_paramsWrapper__unused__(void);
 
 KSYS_DECLARATIONS_END
 

@@ -20,6 +20,7 @@ struct gauss_bandParams {
   kimg_window dstMask;
   kstd_rect32 mirror, padding;  // of the whole request: in y they do not tell anything about a band
   kstd_rect32 band;             // the destination rectangle
+  bool hasEvenBytes;            // the source mask has bytes that are not 0 where the mask plane is 0
 
   // What restricts the outputs: the sample mask, in its absence the source mask unless that is waived.
   [[nodiscard]] const kimg_windowConst& effectiveSampleMask() const {

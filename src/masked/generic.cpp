@@ -4,6 +4,7 @@
 #include "kip/geometry.h"
 #include "masked/coverage.hpp"
 #include "masked/saturate.hpp"
+#include "masked/validity.hpp"
 #include "masked/weighted_sums.hpp"
 
 namespace kip {
@@ -38,12 +39,12 @@ class Output {
   void emit(int64_t row, const SumRows& sums) const {
     uint8_t* const valid = band_.dstMask.bound != 0 ? rowOf<uint8_t>(band_.dstMask, row) : scratchMask_.data();
     if (sums.coverage != nullptr) {
-      decide(valid, [coverage = sums.coverage, threshold = threshold_](int64_t c) { return coverage[c] >= threshold; });
+      validByCoverage(valid, sums.coverage, threshold_, width_, step_);
     } else {
-      decide(valid, [mask = sampleRow<uint8_t>(band_.srcMask, row)](int64_t c) { return mask[c] != 0; });
+      validBySamples(valid, sampleRow<uint8_t>(band_.srcMask, row), width_, step_);
     }
     const kimg_windowConst& sampleMask = band_.effectiveSampleMask();
-    if (sampleMask.bound != 0) limit(valid, sampleRow<uint8_t>(sampleMask, row));
+    if (sampleMask.bound != 0) limitToSamples(valid, sampleRow<uint8_t>(sampleMask, row), width_, step_);
     divide(values_.data(), sums.image, sums.mask);
     replace(values_.data(), valid, sums.mask, sampleRow<Src>(band_.src, row));
     store(rowOf<Dst>(band_.dst, row), values_.data());
@@ -53,17 +54,6 @@ class Output {
   template <typename Pixel>
   [[nodiscard]] const Pixel* sampleRow(const kimg_windowConst& window, int64_t row) const {
     return rowOf<Pixel>(window, offset_[1] + row * band_.params.ySample) + offset_[0];
-  }
-
-  template <typename Rule>
-  void decide(uint8_t* __restrict valid, Rule&& rule) const {
-    const int64_t step = step_;
-    for (int64_t c = 0; c < width_; ++c) valid[c] = rule(c * step) ? 255 : 0;
-  }
-
-  void limit(uint8_t* __restrict valid, const uint8_t* sampleMask) const {
-    const int64_t step = step_;
-    for (int64_t c = 0; c < width_; ++c) valid[c] = sampleMask[c * step] != 0 ? valid[c] : 0;
   }
 
   // Also where there is nothing to divide by.
@@ -131,6 +121,12 @@ ksys_status smoothMasked(const gauss_bandParams& band) {
 
 ksys_status gauss_smoothMaskedGeneric8(const gauss_bandParams& band) {
   return smoothMasked<uint8_t, uint8_t>(band);
+}
+ksys_status gauss_smoothMaskedGeneric8_16(const gauss_bandParams& band) {
+  return smoothMasked<uint8_t, uint16_t>(band);
+}
+ksys_status gauss_smoothMaskedGeneric16(const gauss_bandParams& band) {
+  return smoothMasked<uint16_t, uint16_t>(band);
 }
 
 }  // namespace kip

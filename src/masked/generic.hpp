@@ -6,8 +6,10 @@
 
 namespace kip {
 
-// The portable masked engine for 8-bit sources and destinations: the reference of every other. Serves every band whose
+// The portable masked engine for the three pairs of pixel types: the reference of every other. Serves every band whose
 // sigmas the masked functions accept.
 [[nodiscard]] ksys_status gauss_smoothMaskedGeneric8(const gauss_bandParams& band);
+[[nodiscard]] ksys_status gauss_smoothMaskedGeneric8_16(const gauss_bandParams& band);
+[[nodiscard]] ksys_status gauss_smoothMaskedGeneric16(const gauss_bandParams& band);
 
 }  // namespace kip

@@ -3,10 +3,15 @@
 
 #include "api/geometry_rows.hpp"
 #include "frame/check.hpp"
+#include "frame/optimized.hpp"
 #include "kip/gauss.h"
 #include "kip/geometry.h"
 #include "kip/host/kpel.h"
+#include "masked/extend_rows.hpp"
+#include "masked/generic.hpp"
+#include "masked/plane.hpp"
 #include "masked/saturate.hpp"
+#include "masked/vec.hpp"
 
 namespace kip {
 
@@ -31,25 +36,73 @@ void copyMaskedSamples(const kimg_windowConst& src, const kimg_window8Const& sam
   }
 }
 
-// `smooth`: the unmasked window function of these pixel types.
-template <typename Src, typename Dst, typename Smooth>
-ksys_status smoothWithoutMask(const MaskedWindows& windows, const kip_gaussParams& params, Smooth&& smooth) {
-  ksys_status status = smooth(&windows.src, &windows.dst, &params);
-  if (failed(status)) return status;
+// Makes the unmasked result that of a request without a source mask.
+template <typename Src, typename Dst>
+ksys_status applySampleMask(const MaskedWindows& windows, const kip_gaussParams& params) {
   int32_t offset[2];
   gauss_computeSampleStartOffset(&params, offset);
   const bool restricted = windows.sampleMask.bound != 0;
   if (restricted) copyMaskedSamples<Src, Dst>(windows.src, windows.sampleMask, params, offset, windows.dst);
-  if (windows.dstMask.bound == 0) return status;
+  if (windows.dstMask.bound == 0) return 0;
   if (!restricted) return kip_pelSetWindow8(&windows.dstMask, 255);
   const int32_t sample[2] = {params.xSample, params.ySample};
   return gauss_pelCopySampledWindow8(&windows.sampleMask, sample, offset, &windows.dstMask);
 }
 
+// `smooth`: the unmasked window function of the destination's pixels.
+template <typename Dst, typename Smooth>
+ksys_status smoothUnmasked(const MaskedWindows& windows, const kip_gaussParams& params, Smooth&& smooth) {
+  const ksys_status status = smooth(&windows.src, &windows.dst, &params);
+  return failed(status) ? status : applySampleMask<uint8_t, Dst>(windows, params);
+}
+
+// The portable form for 16-bit sources, on a finished image plane: the mask plane counts every row, also those that are
+// 0 since no reflection supplies them.
+ksys_status smoothAllValid(const PreparedRequest& request, const kip_gaussParams& params,
+                           const kimg_window16& imagePlane) {
+  // what the clean-up stack refers to outlives it
+  kimg_image srcMask;
+  kimg_image maskPlane;
+  return withCleanup<2>([&](Cleanup& cleanup) -> ksys_status {
+    kimg_window8 valid;
+    kimg_window8 ones;
+    ksys_status status = constructImage<uint8_t>(cleanup, srcMask, request.source);
+    if (failed(status)) return status;
+    if (failed(status = kimg_window8_init(&valid, &srcMask))) return status;
+    if (failed(status = kip_pelSetWindow8(&valid, 255))) return status;
+    if (failed(status = constructPlane<uint8_t>(cleanup, maskPlane, request, ones))) return status;
+    if (failed(status = kip_pelSetWindow8(&ones, 1))) return status;
+    gauss_bandParams band = wholeRequest(request, params, imagePlane, ones, false);
+    band.srcMask = asConst(valid);
+    band.params.filterMask.useCoverage = 0;
+    return gauss_smoothMaskedGeneric16(band);
+  });
+}
+
 }  // namespace
 
-ksys_status gauss_smoothWindow_noSrcMask8_8(const MaskedWindows& windows, const kip_gaussParams& params) {
-  return smoothWithoutMask<uint8_t, uint8_t>(windows, params, kip_gauss_smoothWindow8_8);
+ksys_status gauss_smoothWindow_noSrcMask8_8(const PreparedRequest& request, const kip_gaussParams& params) {
+  return smoothUnmasked<uint8_t>(request.windows, params, kip_gauss_smoothWindow8_8);
+}
+
+ksys_status gauss_smoothWindow_noSrcMask8_16(const PreparedRequest& request, const kip_gaussParams& params) {
+  return smoothUnmasked<uint16_t>(request.windows, params, kip_gauss_smoothWindow8_16);
+}
+
+ksys_status gauss_smoothWindow_noSrcMask16_16(const PreparedRequest& request, const kip_gaussParams& params) {
+  kimg_image plane;  // outlives the clean-up stack
+  return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    kimg_window16 image;
+    const ksys_status status = makePlane<uint16_t>(cleanup, plane, request.windows.src, request, image);
+    if (failed(status)) return status;
+    extendRows<uint16_t>(image, request.padding);
+    const auto vectorised = [&] {
+      const ksys_status smoothed = gauss_smoothAllVec16(wholeRequest(request, params, image, {}, false));
+      return failed(smoothed) ? smoothed : applySampleMask<uint16_t, uint16_t>(request.windows, params);
+    };
+    return runOptimized(L"gauss_smoothWindow_noSrcMask16_16", vectorised,
+                        [&] { return smoothAllValid(request, params, image); });
+  });
 }
 
 }  // namespace kip

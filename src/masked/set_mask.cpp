@@ -23,10 +23,11 @@ ksys_status setMaskPortable(const kimg_window& imagePlane, const kimg_window8& m
 
 template <typename Pixel, typename Vectorised>
 ksys_status setMask(const wchar_t* name, Vectorised&& vectorised, const kimg_window& imagePlane,
-                    const kimg_window8& maskPlane, const kstd_rect32& padding) {
+                    const kimg_window8& maskPlane, const kstd_rect32& padding, bool& hasEvenBytes) {
+  hasEvenBytes = false;
   const SourceRows rows(imagePlane, padding);
   const ksys_status status = runOptimized(
-      name, [&] { return vectorised(imagePlane, maskPlane, rows); },
+      name, [&] { return vectorised(imagePlane, maskPlane, rows, hasEvenBytes); },
       [&] { return setMaskPortable<Pixel>(imagePlane, maskPlane, rows); });
   if (failed(status)) return status;
   extendRows<Pixel>(imagePlane, padding);
@@ -37,8 +38,14 @@ ksys_status setMask(const wchar_t* name, Vectorised&& vectorised, const kimg_win
 }  // namespace
 
 ksys_status gauss_setMaskResetMaskedWindow8(const kimg_window8& imagePlane, const kimg_window8& maskPlane,
-                                            const kstd_rect32& padding) {
-  return setMask<uint8_t>(L"gauss_setMaskResetMaskedWindow8", gauss_setMaskVec8, imagePlane, maskPlane, padding);
+                                            const kstd_rect32& padding, bool& hasEvenBytes) {
+  return setMask<uint8_t>(L"gauss_setMaskResetMaskedWindow8", gauss_setMaskVec8, imagePlane, maskPlane, padding,
+                          hasEvenBytes);
+}
+ksys_status gauss_setMaskResetMaskedWindow16(const kimg_window16& imagePlane, const kimg_window8& maskPlane,
+                                             const kstd_rect32& padding, bool& hasEvenBytes) {
+  return setMask<uint16_t>(L"gauss_setMaskResetMaskedWindow16", gauss_setMaskVec16, imagePlane, maskPlane, padding,
+                           hasEvenBytes);
 }
 
 }  // namespace kip

@@ -4,7 +4,10 @@
 
 namespace kip {
 
-ksys_status gauss_setMaskVec8(const kimg_window8&, const kimg_window8&, const SourceRows&) {
+ksys_status gauss_setMaskVec8(const kimg_window8&, const kimg_window8&, const SourceRows&, bool&) {
+  return statusFallback;
+}
+ksys_status gauss_setMaskVec16(const kimg_window16&, const kimg_window8&, const SourceRows&, bool&) {
   return statusFallback;
 }
 

@@ -95,3 +95,17 @@ ksys_status kip_gauss_smoothMasked8_8(const kimg_image8* src, const kimg_image8*
   return kip::smoothMaskedImage<uint8_t, uint8_t>(kip_gauss_smoothMaskedWindow8_8, src, srcMask, sampleMask, params,
                                                   dst, dstMask);
 }
+
+ksys_status kip_gauss_smoothMasked8_16(const kimg_image8* src, const kimg_image8* srcMask,
+                                       const kimg_image8* sampleMask, const kip_gaussParams* params, kimg_image16* dst,
+                                       kimg_image8* dstMask) {
+  return kip::smoothMaskedImage<uint8_t, uint16_t>(kip_gauss_smoothMaskedWindow8_16, src, srcMask, sampleMask, params,
+                                                   dst, dstMask);
+}
+
+ksys_status kip_gauss_smoothMasked16_16(const kimg_image16* src, const kimg_image8* srcMask,
+                                        const kimg_image8* sampleMask, const kip_gaussParams* params, kimg_image16* dst,
+                                        kimg_image8* dstMask) {
+  return kip::smoothMaskedImage<uint16_t, uint16_t>(kip_gauss_smoothMaskedWindow16_16, src, srcMask, sampleMask, params,
+                                                    dst, dstMask);
+}

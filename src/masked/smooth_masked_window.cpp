@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/destination.hpp"
 #include "api/geometry.hpp"
-#include "frame/images.hpp"
 #include "frame/optimized.hpp"
 #include "masked/bands.hpp"
 #include "masked/checks.hpp"
 #include "masked/pair.hpp"
+#include "masked/plane.hpp"
 
 namespace kip {
 
@@ -64,17 +63,6 @@ template <typename Window>
   return 0;
 }
 
-// A working copy of the source's or the mask's pixels, with the rows that the taps touch beyond them.
-template <typename Pixel, typename Copy>
-[[nodiscard]] ksys_status makePlane(Cleanup& cleanup, kimg_image& image, const kimg_windowConst& from, Copy&& copy,
-                                    const PreparedRequest& request, kimg_window& plane) {
-  const kstd_rect32 rect = {request.source.x, request.needed.y, request.source.width, request.needed.height};
-  ksys_status status = constructImage<Pixel>(cleanup, image, rect);
-  if (failed(status)) return status;
-  if (failed(status = kimg_window_init(&plane, &image))) return status;
-  return copy(&from, &plane);
-}
-
 template <typename Src, typename Dst>
 [[nodiscard]] ksys_status runEngine(const gauss_bandParams& band) {
   using Pair = MaskedPair<Src, Dst>;
@@ -111,32 +99,23 @@ ksys_status smoothMaskedWindow(const kimg_windowConst* src, const kimg_windowCon
     if (failed(status = gauss_prepareMaskedWindows(windows, *params, request))) return status;
     if (request.empty) return 0;
     const MaskedWindows& clipped = request.windows;
-    if (clipped.srcMask.bound == 0) return Pair::withoutSrcMask(clipped, *params);
+    if (clipped.srcMask.bound == 0) return Pair::withoutSrcMask(request, *params);
 
     kimg_window image;
     kimg_window mask;
-    status = makePlane<Src>(cleanup, imagePlane, clipped.src, Pair::copyWindow, request, image);
+    status = makePlane<Src>(cleanup, imagePlane, clipped.src, request, image);
     if (failed(status)) return status;
-    status = makePlane<uint8_t>(cleanup, maskPlane, clipped.srcMask, kip_pelCopyWindow8, request, mask);
+    status = makePlane<uint8_t>(cleanup, maskPlane, clipped.srcMask, request, mask);
     if (failed(status)) return status;
-    if (failed(status = Pair::setMask(image, mask, request.padding))) return status;
+    bool hasEvenBytes = false;
+    if (failed(status = Pair::setMask(image, mask, request.padding, hasEvenBytes))) return status;
 
     int32_t bands = 0;
     if (failed(status = constructGroup(cleanup, jobs, bands))) return status;
     if (bands > 1) {
       bands = gauss_computeBandCount(*params, request.source, request.padding, request.destination, bands);
     }
-    const gauss_bandParams whole = {.src = clipped.src,
-                                    .imagePlane = asConst(image),
-                                    .srcMask = clipped.srcMask,
-                                    .maskPlane = asConst(mask),
-                                    .sampleMask = clipped.sampleMask,
-                                    .params = *params,
-                                    .dst = clipped.dst,
-                                    .dstMask = clipped.dstMask,
-                                    .mirror = request.mirror,
-                                    .padding = request.padding,
-                                    .band = request.destination};
+    const gauss_bandParams whole = wholeRequest(request, *params, image, mask, hasEvenBytes);
     if (bands < 2) return runEngine<Src, Dst>(whole);
     return runBands(cleanup, jobs, whole, request.source, bands, smoothMaskedBand<Src, Dst>);
   });
@@ -150,4 +129,16 @@ ksys_status kip_gauss_smoothMaskedWindow8_8(const kimg_window8Const* src, const 
                                             const kimg_window8Const* sampleMask, const kip_gaussParams* params,
                                             const kimg_window8* dst, const kimg_window8* dstMask) {
   return kip::smoothMaskedWindow<uint8_t, uint8_t>(src, srcMask, sampleMask, params, dst, dstMask);
+}
+
+ksys_status kip_gauss_smoothMaskedWindow8_16(const kimg_window8Const* src, const kimg_window8Const* srcMask,
+                                             const kimg_window8Const* sampleMask, const kip_gaussParams* params,
+                                             const kimg_window16* dst, const kimg_window8* dstMask) {
+  return kip::smoothMaskedWindow<uint8_t, uint16_t>(src, srcMask, sampleMask, params, dst, dstMask);
+}
+
+ksys_status kip_gauss_smoothMaskedWindow16_16(const kimg_window16Const* src, const kimg_window8Const* srcMask,
+                                              const kimg_window8Const* sampleMask, const kip_gaussParams* params,
+                                              const kimg_window16* dst, const kimg_window8* dstMask) {
+  return kip::smoothMaskedWindow<uint16_t, uint16_t>(src, srcMask, sampleMask, params, dst, dstMask);
 }

@@ -18,31 +18,35 @@ kip_gaussParams smoothBy(int32_t sigma, int32_t sample) {
   return params;
 }
 
+template <typename Pair>
 struct Pictures {
-  Canvas<uint8_t> src{region, 9}, srcMask{region, 255}, sampleMask{region, 255}, shifted{shiftedRegion, 255};
-  Canvas<uint8_t> dst{region, 0x33}, dstMask{region, 0x44};
+  Canvas<typename Pair::Src> src{region, 9};
+  Canvas<uint8_t> srcMask{region, 255}, sampleMask{region, 255}, shifted{shiftedRegion, 255}, dstMask{region, 0x44};
+  Canvas<typename Pair::Dst> dst{region, 0x33};
 };
 
-struct Windows : Pictures {
+template <typename Pair>
+struct Windows : Pictures<Pair> {
   kip_gaussParams params = smoothBy(2, 1);
-  kimg_windowConst srcWindow = sourceWindowOn(src), srcMaskWindow = sourceWindowOn(srcMask);
-  kimg_windowConst sampleMaskWindow = sourceWindowOn(sampleMask);
-  kimg_window dstWindow = windowOn(dst), dstMaskWindow = windowOn(dstMask);
+  kimg_windowConst srcWindow = constWindowOn(this->src), srcMaskWindow = constWindowOn(this->srcMask);
+  kimg_windowConst sampleMaskWindow = constWindowOn(this->sampleMask);
+  kimg_window dstWindow = windowOn(this->dst), dstMaskWindow = windowOn(this->dstMask);
 
   [[nodiscard]] ksys_status run() const {
-    return kip_gauss_smoothMaskedWindow8_8(&srcWindow, &srcMaskWindow, &sampleMaskWindow, &params, &dstWindow,
-                                           &dstMaskWindow);
+    return Pair::smoothWindow(&srcWindow, &srcMaskWindow, &sampleMaskWindow, &params, &dstWindow, &dstMaskWindow);
   }
 };
 
-struct Images : Pictures {
+template <typename Pair>
+struct Images : Pictures<Pair> {
   kip_gaussParams params = smoothBy(2, 1);
-  Image unbound, unboundMask, shiftedImage{shifted};
-  Image srcImage{src}, srcMaskImage{srcMask}, sampleMaskImage{sampleMask}, dstImage{dst}, dstMaskImage{dstMask};
+  Image unbound, unboundMask, shiftedImage{this->shifted};
+  Image srcImage{this->src}, srcMaskImage{this->srcMask}, sampleMaskImage{this->sampleMask};
+  Image dstImage{this->dst}, dstMaskImage{this->dstMask};
   kimg_image *from = srcImage.get(), *mask = srcMaskImage.get(), *samples = sampleMaskImage.get();
   kimg_image *to = unbound.get(), *toMask = unboundMask.get();
 
-  [[nodiscard]] ksys_status run() const { return kip_gauss_smoothMasked8_8(from, mask, samples, &params, to, toMask); }
+  [[nodiscard]] ksys_status run() const { return Pair::smoothImage(from, mask, samples, &params, to, toMask); }
 };
 
 template <typename Request>
@@ -67,10 +71,15 @@ void expectOrder(const Fault<Request> (&faults)[Count]) {
   }
 }
 
-TEST(MaskedDriver, WindowChecksInTheirOrder) {
+template <typename Pair>
+class MaskedDriver : public testing::Test {};
+TYPED_TEST_SUITE(MaskedDriver, MaskedPairs);
+
+TYPED_TEST(MaskedDriver, WindowChecksInTheirOrder) {
+  using Windows = Windows<TypeParam>;
   const Fault<Windows> faults[] = {
       {KIP_STATUS_BAD_SAMPLE, [](Windows& w) { w.params.xSample = 0; }},
-      {KIP_STATUS_BAD_SIGMA, [](Windows& w) { w.params.ySigma = 64; }},
+      {KIP_STATUS_BAD_SIGMA, [](Windows& w) { w.params.ySigma = TypeParam::maxSigma + 1; }},
       {KIP_STATUS_NOT_BOUND, [](Windows& w) { w.srcWindow = {}; }},
       {KIP_STATUS_NOT_BOUND, [](Windows& w) { w.dstWindow.height = 0; }},
       {KIP_STATUS_MASK_MISMATCH, [](Windows& w) { w.srcMaskWindow = sourceWindowOn(w.shifted); }},
@@ -87,10 +96,11 @@ TEST(MaskedDriver, WindowChecksInTheirOrder) {
   expectOrder(faults);
 }
 
-TEST(MaskedDriver, ImageChecksInTheirOrder) {
+TYPED_TEST(MaskedDriver, ImageChecksInTheirOrder) {
+  using Images = Images<TypeParam>;
   const Fault<Images> faults[] = {
       {KIP_STATUS_BAD_SCALE, [](Images& i) { i.params.scale = 0.0; }},
-      {KIP_STATUS_BAD_SIGMA, [](Images& i) { i.params.xSigma = 64; }},
+      {KIP_STATUS_BAD_SIGMA, [](Images& i) { i.params.xSigma = TypeParam::maxSigma + 1; }},
       {KIP_STATUS_NOT_BOUND, [](Images& i) { i.from = i.unbound.get(); }},
       {KIP_STATUS_MASK_MISMATCH, [](Images& i) { i.mask = i.shiftedImage.get(); }},
       {KIP_STATUS_MASK_MISMATCH, [](Images& i) { i.samples = i.shiftedImage.get(); }},
@@ -109,26 +119,30 @@ TEST(MaskedDriver, ImageChecksInTheirOrder) {
   EXPECT_TRUE(images.dst.intactOutside({}));
   for (const int missing : {0, 1, 2}) {
     EXPECT_TRUE(failsCheck([&] {
-      (void)kip_gauss_smoothMasked8_8(missing == 0 ? nullptr : images.from, nullptr, nullptr,
-                                      missing == 1 ? nullptr : &images.params, missing == 2 ? nullptr : images.to,
-                                      nullptr);
+      (void)TypeParam::smoothImage(missing == 0 ? nullptr : images.from, nullptr, nullptr,
+                                   missing == 1 ? nullptr : &images.params, missing == 2 ? nullptr : images.to,
+                                   nullptr);
     }));
   }
 }
 
-TEST(MaskedDriver, TheLargestSigmaIsTheProcessors) {
-  Windows windows;
-  windows.params.xSigma = 25;
+TYPED_TEST(MaskedDriver, TheLargestSigma) {
+  constexpr bool isTheProcessors = sizeof(typename TypeParam::Src) == 1;
+  Windows<TypeParam> windows;
+  windows.params.xSigma = isTheProcessors ? 25 : 40;
   EXPECT_EQ((ProcessorOverride(2, maskedFeatures), windows.run()), KIP_STATUS_BAD_SIGMA);
-  EXPECT_EQ((ProcessorOverride(5, maskedFeatures), windows.run()), 0);
+  EXPECT_EQ((ProcessorOverride(5, maskedFeatures), windows.run()), isTheProcessors ? 0 : KIP_STATUS_BAD_SIGMA);
+  --windows.params.xSigma;
+  EXPECT_EQ((ProcessorOverride(2, maskedFeatures), windows.run()), 0);
   EXPECT_EQ((ProcessorFailure(KSYS_STATUS(0x80000777)), windows.run()), KSYS_STATUS(0x80000777));
 }
 
 // Unbound destinations cover what the source supplies and keep every pixel on its client point.
-TEST(MaskedDriver, BindsDestinations) {
+TYPED_TEST(MaskedDriver, BindsDestinations) {
   const ProcessorOverride processor(maskedVendor, maskedFeatures);
+  using Dst = typename TypeParam::Dst;
   for (const bool withMask : {true, false}) {
-    Images images;
+    Images<TypeParam> images;
     images.params = smoothBy(4, 2);  // an odd box on an even sampling: half a pixel off
     if (!withMask) images.mask = nullptr;
     images.srcImage.setLinear({10.0, 20.0, 2.0, 0.5, 0.0, 4.0});
@@ -136,8 +150,8 @@ TEST(MaskedDriver, BindsDestinations) {
     const ksIRegion supplied = oracle::destinationOf(region, oracle::legacyOf(images.params));
     EXPECT_EQ(images.unbound.region(), supplied);
     EXPECT_EQ(images.unboundMask.region(), supplied);
-    EXPECT_EQ(images.unbound.pixels<uint8_t>(), std::vector<uint8_t>(20 * 15, 9));
-    EXPECT_EQ(images.unboundMask.pixels<uint8_t>(), std::vector<uint8_t>(20 * 15, 255));
+    EXPECT_EQ(images.unbound.template pixels<Dst>(), std::vector<Dst>(20 * 15, 9));
+    EXPECT_EQ(images.unboundMask.template pixels<uint8_t>(), std::vector<uint8_t>(20 * 15, 255));
     for (const Image* image : {&images.unbound, &images.unboundMask}) {
       const auto [x, y] = images.srcImage.map(3.0, -7.0);
       const auto [u, v] = image->map(3.0, -7.0);
@@ -147,17 +161,19 @@ TEST(MaskedDriver, BindsDestinations) {
 }
 
 // Nothing to compute: success, and nothing is bound, written or given a transform.
-TEST(MaskedDriver, EmptyRequests) {
-  const Canvas<uint8_t> pixel({-2, 0, 1, 1}, 7), far({100, 100, 4, 4}, 8);
-  Image src(pixel), unbound, unboundMask, away(far);
+TYPED_TEST(MaskedDriver, EmptyRequests) {
+  const Canvas<typename TypeParam::Src> pixel({-2, 0, 1, 1}, 7);
+  const Canvas<uint8_t> valid({-2, 0, 1, 1}, 255);
+  const Canvas<typename TypeParam::Dst> far({100, 100, 4, 4}, 8);
+  Image src(pixel), mask(valid), unbound, unboundMask, away(far);
   away.setLinear({0.0, 0.0, 3.0, 0.0, 0.0, 3.0});
   const kip_gaussParams params = smoothBy(7, 5);  // no column has its sample position at -2
-  EXPECT_EQ(kip_gauss_smoothMasked8_8(src.get(), src.get(), nullptr, &params, unbound.get(), unboundMask.get()), 0);
-  EXPECT_EQ(kip_gauss_smoothMasked8_8(src.get(), nullptr, nullptr, &params, away.get(), nullptr), 0);
+  EXPECT_EQ(TypeParam::smoothImage(src.get(), mask.get(), nullptr, &params, unbound.get(), unboundMask.get()), 0);
+  EXPECT_EQ(TypeParam::smoothImage(src.get(), nullptr, nullptr, &params, away.get(), nullptr), 0);
   EXPECT_TRUE(unbound.get()->bound == 0 && unboundMask.get()->bound == 0 && far.intactOutside({}));
   EXPECT_EQ(away.map(1.0, 1.0), std::pair(3.0, 3.0));
   const int32_t sigma[2] = {7, 7}, sample[2] = {5, 5};
-  EXPECT_EQ(kip_filterMask_computeResultMask_(src.get(), nullptr, sigma, sample, 0.0, unboundMask.get()), 0);
+  EXPECT_EQ(kip_filterMask_computeResultMask_(mask.get(), nullptr, sigma, sample, 0.0, unboundMask.get()), 0);
   EXPECT_EQ(unboundMask.get()->bound, 0);
 }
 

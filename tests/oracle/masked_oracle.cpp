@@ -94,13 +94,18 @@ int32_t scaledSample(const MaskedRequest& r, size_t sample) {
   return stored(r, r.pixels[sample] * r.params.scale + (r.params.roundResult != 0 ? 0.5 : 0.0));
 }
 
-}  // namespace
+// What decides an output: the sums under the kernel, the sample and whether it is valid.
+struct Measured {
+  int64_t image, mask;
+  size_t sample;
+  bool valid;
+};
 
-MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) {
+std::vector<Measured> measure(const MaskedRequest& r, const ksIRegion& destination) {
   std::vector<int64_t> counts, seen;
   for (size_t i = 0; i < r.pixels.size(); ++i) {
     counts.push_back(r.byLowestBit ? r.srcMask[i] & 1 : r.srcMask[i] != 0);
-    seen.push_back(r.byLowestBit ? r.pixels[i] & r.srcMask[i] : counts[i] * r.pixels[i]);
+    seen.push_back(r.seenThrough ? r.pixels[i] & r.srcMask[i] : counts[i] * r.pixels[i]);
   }
   const Axis xs = xAxis(r), ys = yAxis(r);
   const std::vector<int64_t> image = sums(xs, ys, destination, true, seen);
@@ -110,14 +115,82 @@ MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) 
   const kip_filterMaskParams& rule = r.params.filterMask;
   const std::vector<uint8_t>& restriction =
       r.sampleMask.empty() && rule.allowMaskedSample == 0 ? r.srcMask : r.sampleMask;
-  MaskedResult result;
+  std::vector<Measured> result;
   for (size_t i = 0; i < at.size(); ++i) {
     const bool valid = (rule.useCoverage != 0 ? coverage[i] >= threshold(r.params) : r.srcMask[at[i]] != 0) &&
                        (restriction.empty() || restriction[at[i]] != 0) && mask[i] > 0;
-    const double half = r.params.roundResult != 0 ? 0.5 : 0.0;
-    const double mean = static_cast<double>(image[i]) * r.params.scale / static_cast<double>(mask[i]) + half;
-    result.pixels.push_back(valid ? stored(r, mean) : scaledSample(r, at[i]));
-    result.mask.push_back(valid ? 255 : 0);
+    result.push_back({image[i], mask[i], at[i], valid});
+  }
+  return result;
+}
+
+__extension__ using Natural = unsigned __int128;
+
+// What a value is multiplied by in place of a division by the sum of all weights.
+struct Factor {
+  int pre, post;
+  uint64_t multiplier;
+
+  [[nodiscard]] Natural applyTo(int64_t sum, bool rounded) const {
+    const Natural product = Natural{static_cast<uint64_t>(sum) >> pre} * multiplier;
+    if (post > 100) return 0;
+    return (product + (rounded && post > 0 ? Natural{1} << (post - 1) : 0)) >> post;
+  }
+};
+
+Factor factorOf(const MaskedRequest& r, double weights) {
+  const bool narrow = r.largestSource == 255 && std::max(r.params.xSigma, r.params.ySigma) < 16;
+  const int bits = narrow ? 15 : 20, kept = narrow ? 17 : 44;
+  int exponent = 0, exponentOfLargest = 0;
+  const double mantissa = std::frexp(r.params.scale == 1.0 ? 1.0 / weights : r.params.scale / weights, &exponent);
+  (void)std::frexp(r.largestSource * weights, &exponentOfLargest);
+  Factor result{};
+  result.multiplier = static_cast<uint64_t>(std::fmin(std::ldexp(mantissa, bits) + 0.5, std::ldexp(1.0, bits) - 1));
+  result.pre = std::max(exponentOfLargest - kept, 0);
+  result.post = std::max(bits - exponent - result.pre, 0);
+  return result;
+}
+
+}  // namespace
+
+MaskedResult smoothMasked(const MaskedRequest& r, const ksIRegion& destination) {
+  const double half = r.params.roundResult != 0 ? 0.5 : 0.0;
+  MaskedResult result;
+  for (const Measured& of : measure(r, destination)) {
+    const double mean = static_cast<double>(of.image) * r.params.scale / static_cast<double>(of.mask) + half;
+    result.pixels.push_back(of.valid ? stored(r, mean) : scaledSample(r, of.sample));
+    result.mask.push_back(of.valid ? 255 : 0);
+  }
+  return result;
+}
+
+MaskedResult smoothMaskedInIntegers(const MaskedRequest& r, const ksIRegion& destination) {
+  const double scale = r.params.scale;
+  int exponent = 0;
+  (void)std::frexp(scale, &exponent);
+  if (scale > 1.5 && std::fabs(scale - std::ldexp(1.0, exponent - 1)) <= 1e-6) return smoothMasked(r, destination);
+
+  const double weights = std::pow((r.params.xSigma + 1.0) * (r.params.ySigma + 1.0), 3.0);
+  const Factor factor = factorOf(r, weights);
+  const Natural fixedScale = static_cast<uint64_t>(scale * 65536.0);
+  const bool rounded = r.params.roundResult != 0;
+  const auto scaled = [&](int64_t value, Natural half) {
+    return scale == 1.0 ? Natural{static_cast<uint64_t>(value)}
+                        : (fixedScale * static_cast<uint64_t>(value) + half) >> 16;
+  };
+  MaskedResult result;
+  for (const Measured& of : measure(r, destination)) {
+    Natural value = 0;
+    if (!of.valid) {
+      value = scaled(r.pixels[of.sample], rounded ? 32768 : 0);
+    } else if (of.mask == static_cast<int64_t>(weights)) {
+      value = factor.applyTo(of.image, rounded);
+    } else {
+      const auto divisor = static_cast<uint64_t>(of.mask);
+      value = (scaled(of.image, 0) + (rounded ? divisor / 2 : 0)) / divisor;
+    }
+    result.pixels.push_back(static_cast<int32_t>(value & static_cast<uint32_t>(r.largest)));
+    result.mask.push_back(of.valid ? 255 : 0);
   }
   return result;
 }

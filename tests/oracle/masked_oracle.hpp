@@ -15,8 +15,10 @@ struct MaskedRequest {
   std::vector<int32_t> pixels;
   std::vector<uint8_t> srcMask, sampleMask;
   kip_gaussParams params;
-  int32_t largest = 255;     // of the result's pixels
-  bool byLowestBit = false;  // pixels count by the lowest bit of their mask byte, through which they are also seen
+  int32_t largest = 255;  // of the result's pixels
+  int32_t largestSource = 255;
+  bool byLowestBit = false;  // pixels count by the lowest bit of their mask byte
+  bool seenThrough = false;  // and 8-bit ones are seen through that byte
 };
 
 struct MaskedResult {
@@ -26,6 +28,10 @@ struct MaskedResult {
 
 // With a source mask: the pixels of that destination rectangle, which the source supplies.
 MaskedResult smoothMasked(const MaskedRequest& request, const ksIRegion& destination);
+
+// The same in the integers of the vectorised engine, whose values may leave the pixels' range and then lose their upper
+// bits.
+MaskedResult smoothMaskedInIntegers(const MaskedRequest& request, const ksIRegion& destination);
 
 // Valid pixels from the value 128 on, counted; params.filterMask.minCoverage decides.
 std::vector<uint8_t> resultMask(const MaskedRequest& request, const ksIRegion& destination);

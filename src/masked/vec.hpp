@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "frame/status.hpp"
+#include "masked/band.hpp"
+
+namespace kip {
+
+// The vectorised masked engine for the three pairs of pixel types; statusFallback, with nothing written, for what it
+// does not serve.
+[[nodiscard]] ksys_status gauss_smoothMaskedVec8(const gauss_bandParams& band);
+[[nodiscard]] ksys_status gauss_smoothMaskedVec8_16(const gauss_bandParams& band);
+[[nodiscard]] ksys_status gauss_smoothMaskedVec16(const gauss_bandParams& band);
+
+// The same for a 16-bit request in which every pixel counts: writes the destination alone, from the image plane. The
+// band's masks are not looked at.
+[[nodiscard]] ksys_status gauss_smoothAllVec16(const gauss_bandParams& band);
+
+}  // namespace kip

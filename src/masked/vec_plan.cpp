@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "masked/vec_plan.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "kip/host/kmath.h"
+#include "simd/piece.hpp"
+
+namespace kip {
+
+namespace {
+
+[[nodiscard]] int32_t exponentOf(double value) {
+  int32_t exponent = 0;
+  (void)std::frexp(value, &exponent);
+  return exponent;
+}
+
+[[nodiscard]] MaskedDivision divisionOf(double scale, double largestSum, double largestPixel) {
+  if (isPowerOfTwo(scale)) return MaskedDivision::inDoubles;
+  if (scale == 1.0) return MaskedDivision::plain;
+  const bool fits = scale < 65536.0 && scale * largestPixel < 0x1p30 && (scale + 1.0) * largestSum < 0x1p52;
+  return fits ? MaskedDivision::scaled : MaskedDivision::scaledExact;
+}
+
+}  // namespace
+
+FixedPointFactor::FixedPointFactor(double factor, double largest, int32_t multiplierBits, int32_t valueBits) {
+  int32_t exponent = 0;
+  const double mantissa = std::frexp(factor, &exponent);
+  const double most = std::ldexp(1.0, multiplierBits);
+  multiplier = static_cast<uint32_t>(std::min(mantissa * most + 0.5, most - 1.0));
+  pre = std::max(exponentOf(largest) - valueBits, 0);
+  post = std::max(multiplierBits - exponent - pre, 0);
+}
+
+bool isPowerOfTwo(double scale) {
+  return scale > 1.5 && kmath_double_epsilonEqual(scale, std::ldexp(1.0, exponentOf(scale) - 1), 1e-6) != 0;
+}
+
+template <typename Src, typename Dst>
+MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKernel& kernel) {
+  const kip_gaussParams& params = band.params;
+  const LineGeometry geometry(band.imagePlane.width, band.mirror, band.padding, params.xSigma);
+  const int64_t xBox = int64_t{params.xSigma} + 1;
+  const int64_t yBox = int64_t{params.ySigma} + 1;
+  const int64_t area = xBox * yBox;
+  const int64_t weights = area * area * area;
+  constexpr int64_t largestPixel = std::numeric_limits<Src>::max();
+  const double largestSum = static_cast<double>(largestPixel) * static_cast<double>(weights);
+
+  MaskedRows rows{};
+  rows.width = geometry.width;
+  rows.readable = std::max(geometry.width, kernel.block);
+  rows.leftPad = geometry.leftPad;
+  rows.rightPad = geometry.rightPad;
+  rows.leftMirror = geometry.leftMirror;
+  rows.rightMirror = geometry.rightMirror;
+  rows.box = xBox;
+  rows.sample = params.xSample;
+  rows.outputs = band.band.width;
+
+  constexpr int32_t firstWideSigma = 16;
+  const bool isNarrow = sizeof(Src) == 1 && params.xSigma < firstWideSigma && params.ySigma < firstWideSigma;
+  rows.division = divisionOf(params.scale, largestSum, static_cast<double>(largestPixel));
+  if (all) {
+    rows.sums = MaskedSums::imageOnly;
+  } else if (isNarrow && sizeof(Dst) == 1 && rows.division == MaskedDivision::plain) {
+    rows.sums = weights <= maskedJoinedWeights ? MaskedSums::joined : MaskedSums::narrow;
+  } else {
+    rows.sums = weights <= int64_t{UINT32_MAX} ? MaskedSums::wide : MaskedSums::widest;
+  }
+  rows.isJoinedDown = rows.sums == MaskedSums::joined || (sizeof(Src) == 1 && yBox <= maskedJoinedBox);
+  const int64_t largestDown = largestPixel * yBox * yBox * yBox;
+  const int64_t largestWeight = (3 * xBox * xBox + 1) / 4;  // along the row; a second sum is a difference of neighbours
+  rows.reach = largestDown <= INT32_MAX / largestWeight ? MaskedReach::second
+               : largestDown <= INT32_MAX / 4           ? MaskedReach::difference
+                                                        : MaskedReach::nothing;
+
+  rows.isRounded = params.roundResult != 0;
+  rows.weights = static_cast<uint64_t>(weights);
+  rows.scale = params.scale;
+  rows.fixedScale = fixedPoint(params.scale);
+  const double factor = (params.scale == 1.0 ? 1.0 : params.scale) / static_cast<double>(weights);
+  const FixedPointFactor fixed(factor, largestSum, isNarrow ? 15 : 20, isNarrow ? 17 : 44);
+  rows.pre = fixed.pre;
+  rows.post = fixed.post;
+  rows.multiplier = fixed.multiplier;
+
+  rows.history = 3 * xBox;
+  rows.piece = pieceWidth(rows.width, rows.leftPad, rows.rightPad, kernel.block);
+  rows.maskLine = (rows.history + rows.leftPad + rows.piece + rows.rightPad) * kernel.rows;
+  return rows;
+}
+
+template MaskedRows planRows<uint8_t, uint8_t>(const gauss_bandParams&, bool, const MaskedRowsKernel&);
+template MaskedRows planRows<uint8_t, uint16_t>(const gauss_bandParams&, bool, const MaskedRowsKernel&);
+template MaskedRows planRows<uint16_t, uint16_t>(const gauss_bandParams&, bool, const MaskedRowsKernel&);
+
+}  // namespace kip

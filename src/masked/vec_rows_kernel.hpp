@@ -1,0 +1,472 @@
+// SPDX-License-Identifier: Apache-2.0
+// The text of the masked row kernel, for the files that compile it for a vector size.
+#pragma once
+
+#include "masked/vec_rows.hpp"
+#include "simd/line_kernel.hpp"
+
+namespace kip {
+
+namespace {
+
+// ---- down the columns
+
+struct ImageBytes : ByteSums {
+  using ByteSums::ByteSums;
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) { ByteSums::add(step.image, column); }
+  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
+};
+
+struct MaskBytes : ImageBytes {
+  using ImageBytes::ImageBytes;
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) { ByteSums::add(step.mask, column); }
+};
+
+// Of both planes: image + mask * 2^20.
+class JoinedBytes {
+ public:
+  KIP_INLINE explicit JoinedBytes(const int32_t* state) : image_(state), mask_(state + 2 * lanes) {}
+  KIP_INLINE void save(int32_t* state) const {
+    image_.save(state);
+    mask_.save(state + 2 * lanes);
+  }
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) {
+    image_.add(step.image, column);
+    mask_.add(step.mask, column);
+  }
+  KIP_INLINE void spread(Vec (&sums)[4]) const {
+    widen16(image_.words().low, upper(image_.words().low, mask_.words().low), sums);
+    widen16(image_.words().high, upper(image_.words().high, mask_.words().high), sums + 2);
+  }
+
+ private:
+  KIP_INLINE static Vec upper(Vec image, Vec mask) {
+    return KIP_MM(add_epi16)(KIP_MM(slli_epi16)(mask, maskedJoin - 16), KIP_MM(srai_epi16)(image, 15));
+  }
+
+  ByteSums image_, mask_;
+};
+
+// Of a plane of 16-bit pixels.
+class ImageWords : public WideColumnSums {
+ public:
+  using WideColumnSums::WideColumnSums;
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) {
+    Vec third[4];
+    for (int64_t half = 0; half < 2; ++half) {
+      Vec tap[4][2];
+      for (int64_t i = 0; i < 4; ++i) {
+        const uint8_t* const pixels = step.image[i] + 2 * column + 16 * half;
+        widen16(loadHalves(pixels, pixels + 32), zeros(), tap[i]);
+      }
+      for (int64_t i = 0; i < 2; ++i) {
+        const Vec inner = KIP_MM(sub_epi32)(tap[2][i], tap[1][i]);
+        const Vec outer = KIP_MM(sub_epi32)(tap[0][i], tap[3][i]);
+        third[2 * half + i] = KIP_MM(add_epi32)(KIP_MM(add_epi32)(outer, inner), KIP_MM(add_epi32)(inner, inner));
+      }
+    }
+    WideColumnSums::add(third);
+  }
+  KIP_INLINE void spread(Vec (&sums)[4]) const {
+    for (int64_t i = 0; i < 4; ++i) sums[i] = (*this)[i];
+  }
+};
+
+// ---- along the row
+
+struct Sums32 {
+  BoxSums boxes;
+  Vec sum = zeros();
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = KIP_MM(add_epi32)(sum, boxes.add(column, box)); }
+};
+
+template <MaskedReach Reach>
+struct Sums64 {
+  Wide first = widenUnsigned(zeros()), second = first, sum = first;
+
+  KIP_INLINE void add(const int32_t* column, int64_t box) {
+    if constexpr (Reach == MaskedReach::nothing) {
+      const Wide inner = widenUnsigned(load(column - 2 * box)) - widenUnsigned(load(column - box));
+      const Wide outer = widenUnsigned(load(column)) - widenUnsigned(load(column - 3 * box));
+      first = first + ((outer + inner) + (inner + inner));
+    } else {
+      first = first + widenSigned(thirdDifference(column, box));
+    }
+    second = second + first;
+    sum = sum + second;
+  }
+};
+
+template <>
+struct Sums64<MaskedReach::second> {
+  BoxSums boxes;
+  Wide sum = widenUnsigned(zeros());
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = sum + widenSigned(boxes.add(column, box)); }
+};
+
+KIP_INLINE Vec allBitsIf(bool condition) {
+  return KIP_MM(set1_epi32)(condition ? -1 : 0);
+}
+
+// The exact quotient, which is below 2^16, from one in floats and the dividend's low 32 bits. The divisor is below
+// 2^31.
+KIP_INLINE Vec exactQuotient(VecFloat quotient, Vec dividend, Vec divisor) {
+  // at most one too large, and the rest then negative
+  const Vec most = KIP_MM(cvttps_epi32)(KIP_MM(mul_ps)(quotient, KIP_MM(set1_ps)(1.0f + 0x1p-21f)));
+  const Vec rest = KIP_MM(sub_epi32)(dividend, multiply32(most, divisor));
+  return KIP_MM(add_epi32)(most, KIP_MM(srai_epi32)(rest, 31));
+}
+
+// The bits of the largest dividend.
+enum class Bits { to24, to31, to32 };
+
+// Values from sums below 2^32 at scale 1.
+template <Bits DividendBits>
+class Values32 {
+ public:
+  KIP_INLINE Values32(const MaskedRows& rows, uint64_t weights, double)
+      : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
+        multiplier_(KIP_MM(set1_epi32)(static_cast<int32_t>(rows.multiplier))),
+        half_(KIP_MM(set1_epi32)(rows.isRounded ? 1 << (rows.post - 1) : 0)),
+        pre_(shift32By(rows.pre)),
+        post_(shift32By(rows.post)),
+        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
+        differs_((rows.weights & (rows.weights - 1)) != 0 ? allBits : 0) {}
+
+  [[nodiscard]] KIP_INLINE Vec operator()(Vec image, Vec mask) const {
+    const Vec isFull = KIP_MM(cmpeq_epi32)(mask, full_);
+    const int bits = bitsOf(isFull);
+    if (bits == allBits) return multiplied(image);
+    const Vec divided = divide(KIP_MM(add_epi32)(image, shiftRight32(mask, toHalf_)), mask);
+    return (bits & differs_) == 0 ? divided : select(isFull, multiplied(image), divided);
+  }
+
+ private:
+  [[nodiscard]] KIP_INLINE Vec multiplied(Vec image) const {
+    const Vec product = multiply32(shiftRight32(image, pre_), multiplier_);
+    return shiftRight32(KIP_MM(add_epi32)(product, half_), post_);
+  }
+
+  KIP_INLINE static Vec divide(Vec dividend, Vec divisor) {
+    const VecFloat quotient = KIP_MM(div_ps)(toFloat(dividend), KIP_MM(cvtepi32_ps)(divisor));
+    if constexpr (DividendBits == Bits::to24) {
+      return KIP_MM(cvttps_epi32)(quotient);  // exact
+    } else {
+      return exactQuotient(quotient, dividend, divisor);
+    }
+  }
+  KIP_INLINE static VecFloat toFloat(Vec value) {
+    if constexpr (DividendBits != Bits::to32) return KIP_MM(cvtepi32_ps)(value);
+    const VecFloat high = KIP_MM(cvtepi32_ps)(KIP_MM(srli_epi32)(value, 16));
+    const VecFloat low = KIP_MM(cvtepi32_ps)(bitAnd(value, KIP_MM(set1_epi32)(0xFFFF)));
+    return KIP_MM(add_ps)(KIP_MM(mul_ps)(high, KIP_MM(set1_ps)(65536.0f)), low);
+  }
+
+  Vec full_, multiplier_, half_;
+  Shift pre_, post_, toHalf_;
+  int differs_;  // 0 when a product is the same as the quotient: by a power of two
+};
+
+__extension__ using Uint128 = unsigned __int128;
+
+// What an output's sum in 64 bits becomes when all its pixels are valid.
+class Product64 {
+ public:
+  KIP_INLINE explicit Product64(const MaskedRows& rows)
+      : multiplier_(KIP_MM(set1_epi64x)(int64_t{rows.multiplier})),
+        isRounded_(KIP_MM(set1_epi64x)(rows.isRounded ? 1 : 0)),
+        pre_(shift64By(rows.pre)),
+        post_(shift64By(rows.post)),
+        lastPost_(shift64By(rows.post - 1)) {}
+
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image) const {
+    const Wide product = (image >> pre_) * multiplier_;
+    return narrow((product >> post_) + ((product >> lastPost_) & isRounded_));
+  }
+
+ private:
+  Vec multiplier_, isRounded_;
+  Shift pre_, post_, lastPost_;
+};
+
+class ImageValues {
+ public:
+  KIP_INLINE ImageValues(const MaskedRows& rows, uint64_t, double) : product_(rows) {}
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image) const { return product_(image); }
+
+ private:
+  Product64 product_;
+};
+
+// Values at scale 1 from sums of images below 2^48 and of masks below 2^31.
+class PlainValues {
+ public:
+  KIP_INLINE PlainValues(const MaskedRows& rows, uint64_t weights, double)
+      : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
+        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
+        product_(rows) {}
+
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Vec mask) const {
+    const Vec isFull = KIP_MM(cmpeq_epi32)(mask, full_);
+    const int bits = bitsOf(isFull);
+    if (bits == allBits) return product_(image);
+    const Vec divided = divide(image, shiftRight32(mask, toHalf_), mask);
+    return bits == 0 ? divided : select(isFull, product_(image), divided);
+  }
+
+ private:
+  // Quotients are below 2^16: in floats they are at most one too large, which the low bits of the rest tell.
+  KIP_INLINE static Vec divide(Wide image, Vec half, Vec divisor) {
+    const Vec lowBits = narrow(image);
+    const Vec low = KIP_MM(add_epi32)(bitAnd(lowBits, KIP_MM(set1_epi32)((1 << 24) - 1)), half);
+    const Vec high = narrow({KIP_MM(srli_epi64)(image.low, 24), KIP_MM(srli_epi64)(image.high, 24)});
+    const VecFloat whole =
+        KIP_MM(add_ps)(KIP_MM(mul_ps)(KIP_MM(cvtepi32_ps)(high), KIP_MM(set1_ps)(0x1p24f)), KIP_MM(cvtepi32_ps)(low));
+    return exactQuotient(KIP_MM(div_ps)(whole, KIP_MM(cvtepi32_ps)(divisor)), KIP_MM(add_epi32)(lowBits, half),
+                         divisor);
+  }
+
+  Vec full_;
+  Shift toHalf_;
+  Product64 product_;
+};
+
+// Values from sums below 2^52 at any scale. `largest`: the largest pixel.
+class Values64 {
+ public:
+  KIP_INLINE Values64(const MaskedRows& rows, uint64_t weights, double largest)
+      : division_(rows.division),
+        weights_(static_cast<double>(weights)),
+        scale_(rows.scale),
+        half_(rows.isRounded ? 0.5 : 0.0),
+        largest_(largest),
+        fixedScale_(rows.fixedScale),
+        vectorScale_(KIP_MM(set1_epi64x)(static_cast<int64_t>(rows.fixedScale))),
+        isRounded_(allBitsIf(rows.isRounded)),
+        product_(rows) {}
+
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Vec mask) const { return (*this)(image, widenUnsigned(mask)); }
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Wide mask) const {
+    const Doubles divisor = toDoubles(mask);
+    if (division_ == MaskedDivision::inDoubles) {
+      return truncate(limited(toDoubles(image) * all(scale_) / divisor + all(half_), largest_));
+    }
+    const Vec isFull = equal(divisor, all(weights_));
+    const int bits = bitsOf(isFull);
+    if (bits == allBits) return product_(image);
+    const Wide half = Wide{KIP_MM(srli_epi64)(mask.low, 1), KIP_MM(srli_epi64)(mask.high, 1)} & isRounded_;
+    Vec quotient;
+    if (division_ == MaskedDivision::plain) {
+      quotient = truncate(toDoubles(image + half) / divisor);
+    } else if (division_ == MaskedDivision::scaled) {
+      const Wide lowProduct = (image & KIP_MM(set1_epi64x)(0xFFFF)) * vectorScale_;
+      const Wide scaled = (image >> shift64By(16)) * vectorScale_ + (lowProduct >> shift64By(16));
+      quotient = truncate(toDoubles(scaled + half) / divisor);
+    } else {
+      quotient = divideExactly(image, mask);
+    }
+    return bits == 0 ? quotient : select(isFull, product_(image), quotient);
+  }
+
+ private:
+  [[nodiscard]] Vec divideExactly(Wide image, Wide mask) const {
+    uint64_t images[lanes];
+    uint64_t masks[lanes];
+    store(images, image.low);
+    store(images + lanes / 2, image.high);
+    store(masks, mask.low);
+    store(masks + lanes / 2, mask.high);
+    for (int64_t i = 0; i < lanes; ++i) {
+      const uint64_t half = bitsOf(isRounded_) != 0 ? masks[i] >> 1 : 0;
+      const auto scaled = static_cast<Uint128>(images[i]) * fixedScale_ >> 16;
+      images[i] = masks[i] == 0 ? 0 : static_cast<uint64_t>((scaled + half) / masks[i]);
+    }
+    return narrow({load(images), load(images + lanes / 2)});
+  }
+
+  MaskedDivision division_;
+  double weights_, scale_, half_, largest_;
+  uint64_t fixedScale_;
+  Vec vectorScale_, isRounded_;
+  Product64 product_;
+};
+
+// What the lines become along the row, column by column: running sums, and the values that outputs make of them.
+
+template <typename Values>
+struct Constants {
+  Values values;
+  int64_t maskLine, box;
+};
+
+struct JoinedRow {
+  using Values = Values32<Bits::to24>;
+  static constexpr int32_t weightBits = 32 - maskedJoin;
+
+  Sums32 sums;
+
+  KIP_INLINE void add(int32_t* column, const Constants<Values>& constants) { sums.add(column, constants.box); }
+  [[nodiscard]] KIP_INLINE Vec value(const Constants<Values>& constants) const {
+    return constants.values(bitAnd(sums.sum, KIP_MM(set1_epi32)((1 << maskedJoin) - 1)),
+                            KIP_MM(srli_epi32)(sums.sum, maskedJoin));
+  }
+};
+
+template <typename ImageSums, typename MaskSums, typename RowValues>
+struct SplitRow {
+  using Values = RowValues;
+  static constexpr int32_t weightBits = 64;
+
+  ImageSums image;
+  MaskSums mask;
+
+  KIP_INLINE void add(int32_t* column, const Constants<Values>& constants) {
+    image.add(column, constants.box);
+    mask.add(column + constants.maskLine, constants.box);
+  }
+  [[nodiscard]] KIP_INLINE Vec value(const Constants<Values>& constants) const {
+    return constants.values(image.sum, mask.sum);
+  }
+};
+
+template <Bits DividendBits>
+using NarrowRow = SplitRow<Sums32, Sums32, Values32<DividendBits>>;
+
+template <MaskedReach Reach>
+struct ImageRow {
+  using Values = ImageValues;
+  static constexpr int32_t weightBits = 64;
+
+  Sums64<Reach> sums;
+
+  KIP_INLINE void add(int32_t* column, const Constants<Values>& constants) { sums.add(column, constants.box); }
+  [[nodiscard]] KIP_INLINE Vec value(const Constants<Values>& constants) const { return constants.values(sums.sum); }
+};
+
+// ---- a group of output rows
+
+// A piece of the planes to the line, or to the two lines.
+template <typename Src>
+KIP_INLINE void addPiece(const MaskedRows& rows, const MaskedStep* steps, int64_t count, int64_t first, int64_t columns,
+                         FinishedRows& finished, int32_t* start) {
+  const auto whole = [](int32_t* to, Vec column) { store(to, column); };
+  const int64_t readable = rows.readable;
+  if constexpr (sizeof(Src) == 2) {
+    addColumns<ImageWords>(steps, count, readable, first, columns, rows.imageColumns, finished, start, whole);
+  } else if (rows.sums == MaskedSums::joined) {
+    return addColumns<JoinedBytes>(steps, count, readable, first, columns, rows.imageColumns, finished, start, whole);
+  } else if (rows.isJoinedDown) {
+    const int64_t maskLine = rows.maskLine;
+    return addColumns<JoinedBytes>(steps, count, readable, first, columns, rows.imageColumns, finished, start,
+                                   [maskLine](int32_t* to, Vec column) {
+                                     store(to, bitAnd(column, KIP_MM(set1_epi32)((1 << maskedJoin) - 1)));
+                                     store(to + maskLine, KIP_MM(srli_epi32)(column, maskedJoin));
+                                   });
+  } else {
+    addColumns<ImageBytes>(steps, count, readable, first, columns, rows.imageColumns, finished, start, whole);
+  }
+  if (rows.sums == MaskedSums::imageOnly) return;
+  int32_t* const maskStart = start != nullptr ? start + rows.maskLine : nullptr;
+  addColumns<MaskBytes>(steps, count, readable, first, columns, rows.maskColumns, finished, maskStart, whole);
+}
+
+template <typename Row, typename Src, typename Dst>
+void smoothGroup(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out) {
+  int64_t outputs = 0;
+  for (int64_t i = 0; i < count; ++i) outputs += steps[i].isOutput ? 1 : 0;
+  FinishedRows finished;
+  if (outputs == 0) return addPiece<Src>(rows, steps, count, 0, rows.width, finished, nullptr);
+
+  using Values = typename Row::Values;
+  const uint64_t weights = rows.weights & (~uint64_t{0} >> (64 - Row::weightBits));
+  const Constants<Values> constants = {Values(rows, weights, sizeof(Dst) == 1 ? 255.0 : 65535.0), rows.maskLine,
+                                       rows.box * lanes};
+  RowWriter<Row, Constants<Values>, Dst> writer(Row{}, constants, 3 * rows.box - 2, rows.sample, rows.outputs, out,
+                                                outputs);
+  const bool isOneLine = rows.sums == MaskedSums::joined || rows.sums == MaskedSums::imageOnly;
+  const LineMemory line = {.width = rows.width,
+                           .leftPad = rows.leftPad,
+                           .rightPad = rows.rightPad,
+                           .leftMirror = rows.leftMirror,
+                           .rightMirror = rows.rightMirror,
+                           .history = rows.history,
+                           .piece = rows.piece,
+                           .memory = rows.line,
+                           .lines = isOneLine ? 1 : 2,
+                           .distance = rows.maskLine};
+  forEachPiece(
+      line,
+      [&](int64_t first, int64_t columns, int32_t* start) {
+        addPiece<Src>(rows, steps, count, first, columns, finished, start);
+      },
+      [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
+  writer.flush();
+}
+
+template <typename Src, typename Dst>
+using SmoothGroup = void (*)(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out);
+
+// For sums of images in 64 bits, of what kind beside.
+template <template <MaskedReach> typename Row, typename Src, typename Dst>
+SmoothGroup<Src, Dst> byReach(MaskedReach reach) {
+  if (reach == MaskedReach::second) return smoothGroup<Row<MaskedReach::second>, Src, Dst>;
+  if constexpr (sizeof(Src) == 2) {
+    if (reach == MaskedReach::nothing) return smoothGroup<Row<MaskedReach::nothing>, Src, Dst>;
+  }
+  return smoothGroup<Row<MaskedReach::difference>, Src, Dst>;
+}
+
+template <MaskedReach Reach>
+using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues>;
+template <MaskedReach Reach>
+using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
+template <MaskedReach Reach>
+using WidestRow = SplitRow<Sums64<Reach>, Sums64<MaskedReach::difference>, Values64>;
+
+template <typename Src, typename Dst>
+SmoothGroup<Src, Dst> smoothGroupFor(const MaskedRows& rows) {
+  if constexpr (sizeof(Dst) == 1) {
+    if (rows.sums == MaskedSums::joined) return smoothGroup<JoinedRow, Src, Dst>;
+    if (rows.sums == MaskedSums::narrow) {
+      const uint64_t largest = 255 * rows.weights + rows.weights / 2;
+      return largest < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Bits::to24>, Src, Dst>
+             : largest < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Bits::to31>, Src, Dst>
+                                           : smoothGroup<NarrowRow<Bits::to32>, Src, Dst>;
+    }
+  }
+  if constexpr (sizeof(Src) == 2) {
+    if (rows.sums == MaskedSums::imageOnly) return byReach<ImageRow, Src, Dst>(rows.reach);
+  } else {
+    if (rows.sums == MaskedSums::widest) return byReach<WidestRow, Src, Dst>(rows.reach);
+  }
+  const bool isPlain = rows.division == MaskedDivision::plain && rows.weights < uint64_t{1} << 31;
+  return isPlain ? byReach<PlainRow, Src, Dst>(rows.reach) : byReach<WideRow, Src, Dst>(rows.reach);
+}
+
+template <typename Src, typename Dst>
+void smoothRows(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out) {
+  smoothGroupFor<Src, Dst>(rows)(rows, steps, count, out);
+}
+
+template <typename Src, typename Dst>
+void keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst* __restrict out,
+               uint8_t* __restrict valid, int64_t width) {
+  for (int64_t x = 0; x < width; ++x) {
+    const Dst value = out[x];
+    const Dst pixel = source[x];
+    out[x] = mask[x] != 0 ? value : pixel;
+    valid[x] = mask[x] != 0 ? 255 : 0;
+  }
+}
+
+template <typename Src, typename Dst>
+constexpr MaskedPairKernel<Src, Dst> pairKernel = {smoothRows<Src, Dst>, keepValid<Src, Dst>};
+
+constexpr MaskedRowsKernel kernel = {lanes, block, pairKernel<uint8_t, uint8_t>, pairKernel<uint8_t, uint16_t>,
+                                     pairKernel<uint16_t, uint16_t>};
+
+}  // namespace
+
+}  // namespace kip

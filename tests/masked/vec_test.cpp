@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+// The vectorised masked engine against the definition in its integers, with both vector sizes.
+#include <gtest/gtest.h>
+
+#include "kip/geometry.h"
+#include "masked/masked_case.hpp"
+
+namespace {
+
+using namespace kiptest;
+
+// As this machine has them.
+std::vector<int32_t> vectorSizes() {
+  constexpr int32_t vec128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer;
+  ksys_cpuinfo info;
+  if (ksys_cpuinfo_init(&info) != 0 || (info.features & vec128) != vec128) return {};
+  if ((info.features & ksys_cpuAvx2) == 0) return {vec128};
+  return {vec128, vec128 | ksys_cpuAvx2};
+}
+
+template <typename Pair>
+class MaskedVec : public testing::Test {
+ protected:
+  // As the engine sees the request after the set-mask step by bit 0.
+  static void prepare(oracle::MaskedRequest& request) {
+    request.byLowestBit = true;
+    request.seenThrough = sizeof(typename Pair::Src) == 1;
+    request.largestSource = std::numeric_limits<typename Pair::Src>::max();
+  }
+
+  // With fewer than nine samples the portable engine serves.
+  static bool isServed(const MaskedCase& drawn) {
+    const oracle::MaskedRequest& request = drawn.request;
+    const kstd_rect32 source = rectOf(request.region), requested = rectOf(drawn.destination);
+    kstd_rect32 read, computed, mirror, padding, needed;
+    EXPECT_EQ(gauss_setup(&source, &requested, &request.params, &read, &computed, &mirror, &padding, &needed), 0);
+    return read.width >= 9 * request.params.xSample && read.height >= 9 * request.params.ySample;
+  }
+
+  // Draws, runs and checks a case; whether the engine served it.
+  static bool check(MaskedCase drawn, int32_t index) {
+    oracle::MaskedRequest& request = drawn.request;
+    if (request.srcMask.empty() || drawn.computed.width == 0) return false;
+    prepare(request);
+    const bool served = isServed(drawn);
+    const bool withDstMask = index % 4 != 0;
+    const oracle::MaskedResult expected = served ? oracle::smoothMaskedInIntegers(request, drawn.computed)
+                                                 : oracle::smoothMasked(request, drawn.computed);
+    for (const int32_t features : vectorSizes()) {
+      const ProcessorOverride processor(1, features);
+      const MaskedCall<Pair> call(drawn, static_cast<Placement>(index % 3));
+      EXPECT_EQ(call.run(withDstMask), 0) << drawn.name;
+      EXPECT_EQ(call.check(expected, withDstMask), "") << drawn.name << " features " << features;
+    }
+    return served;
+  }
+
+  // A case with sigmas for every width of the sums and scales of each kind; three of four are large enough for the
+  // engine, some for several pieces of a row.
+  static MaskedCase draw(int32_t index) {
+    MaskedCase drawn = drawMaskedCase<Pair>(21, index);
+    Random random(22, static_cast<uint64_t>(index));
+    oracle::MaskedRequest& request = drawn.request;
+    kip_gaussParams& params = request.params;
+    params.scale = random.pick({1.0, 1.0, 1.0, 0.5, 0.01, 1.2, 1.25, 2.0, 4.0000005, 3.0, 257.0, 300.0, 1e7, 1e12});
+    if (index % 7 == 0) params.xSigma = random.between(7, 17);
+    if (index % 7 == 1) params.ySigma = random.between(7, 17);
+    if (index % 31 == 0) params.xSigma = params.ySigma = random.pick({15, 24, Pair::maxSigma});
+    if (index % 32 == 1) params.xSigma = random.pick({31, Pair::maxSigma});  // pads longer than the last piece
+    if (index % 4 != 0) {
+      request.region.width = 9 * params.xSample + random.between(0, index % 16 == 1 ? 700 : 90);
+      request.region.height = 9 * params.ySample + random.between(0, index % 16 == 1 ? 20 : 90);
+      const auto pixels = static_cast<size_t>(request.region.width) * static_cast<size_t>(request.region.height);
+      const int32_t most = std::numeric_limits<typename Pair::Src>::max();
+      request.pixels.clear();
+      while (request.pixels.size() < pixels)
+        request.pixels.push_back(random.chance(4) ? most : random.between(0, most));
+      request.srcMask = drawMask(random, request.region);
+      if (!request.sampleMask.empty()) request.sampleMask = drawMask(random, request.region);
+      drawn.destination = oracle::destinationOf(request.region, oracle::legacyOf(params), nullptr);
+      drawn.destination.x += random.between(-2, 2);
+      drawn.destination.y += random.between(-2, 2);
+    }
+    drawn.computed = oracle::destinationOf(request.region, oracle::legacyOf(params), &drawn.destination);
+    return drawn;
+  }
+
+  static kstd_rect32 rectOf(const ksIRegion& region) { return {region.x, region.y, region.width, region.height}; }
+
+  const JobThreads oneThread_{1};
+};
+TYPED_TEST_SUITE(MaskedVec, MaskedPairs);
+
+// Every rule, scale class and width of the sums; planes narrower than a vector, pads wider than the plane.
+TYPED_TEST(MaskedVec, EqualsTheDefinitionInIntegers) {
+  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  constexpr int32_t cases = 3000;
+  int32_t served = 0;
+  for (int32_t i = 0; i < cases && !this->HasFailure(); ++i) {
+    served += this->check(this->draw(i), i);
+  }
+  EXPECT_GT(served, cases * 3 / 5);
+}
+
+}  // namespace
