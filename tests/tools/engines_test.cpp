@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
+#include <png.h>
 
 #include "kip/gauss.h"
 #include "library_call.hpp"
+#include "made_files.hpp"
 #include "run_kip.hpp"
 
 namespace kip::test {
@@ -22,7 +24,9 @@ constexpr Level kLevels[] = {
 
 struct Served {
   Words options;
-  bool first, second;  // whether the level serves the request
+  bool first, second;       // whether the level serves the request
+  bool vectorised = false;  // that engine of masked and 16-bit requests is meant
+  bool deep = false;        // the picture has 16 bits
 };
 const Served kServed[] = {
     {{"--sigma", "3"}, true, true},
@@ -36,6 +40,11 @@ const Served kServed[] = {
     {{"--sigma", "1,203"}, false, false},
     {{"--sigma", "3", "--roi", "10,10,32,300"}, true, false},
     {{"--sigma", "1", "--sample", "100"}, false, false},
+    {{"--sigma", "3", "--sample-mask", KIP_SHIPPED_CHART}, true, true},
+    {{"--sigma", "3", "--mask", KIP_SHIPPED_CHART}, true, true, true},
+    {{"--sigma", "3", "--mask", KIP_SHIPPED_CHART, "--sample", "100"}, false, false, true},
+    {{"--sigma", "3"}, true, true, true, true},
+    {{"--sigma", "12"}, false, false, true, true},  // too large for 37 columns
 };
 
 // The levels this program says it can use.
@@ -48,16 +57,19 @@ bool isUsable(const Level& level) {
 
 TEST(Engines, AreNamedAsTheyServe) {
   const Folder folder;
+  makePng(folder / "deep", {16, PNG_COLOR_TYPE_GRAY});
   for (const Level& level : kLevels) {
     if (!isUsable(level)) continue;
     for (const Served& served : kServed) {
       SCOPED_TRACE(level.name + testing::PrintToString(served.options));
-      Words arguments = {"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--verbose", "--level", level.option};
+      Words arguments = {"smooth",           served.deep ? folder / "deep" : KIP_SHIPPED_CHART,
+                         folder / "out.pgm", "--verbose",
+                         "--level",          level.option};
       arguments.insert(arguments.end(), served.options.begin(), served.options.end());
       const Outcome outcome = runKip(arguments);
       ASSERT_EQ(outcome.code, 0) << outcome.err;
       const bool serves = level.option[0] == '1' ? served.first : level.option[0] == '2' && served.second;
-      const std::string engine = serves ? level.name : "portable";
+      const std::string engine = !serves ? "portable" : served.vectorised ? "vectorised" : level.name;
       EXPECT_NE(outcome.err.find("engine: " + engine + ","), std::string::npos) << outcome.err;
     }
   }

@@ -37,16 +37,18 @@ class Masked : public testing::Test {
  protected:
   Masked() {
     makePng(folder / "in", {8, PNG_COLOR_TYPE_GRAY});
+    makePng(folder / "deep", {16, PNG_COLOR_TYPE_GRAY});
     writeBytes(folder / "mask", pgm(madeMask()));
   }
 
   // The program's result and result mask against the library's call.
-  void expectCall(Words options, const Call& call) {
-    Words arguments = {"smooth", folder / "in", folder / "out.pgm", "--mask-out", folder / "mask-out.pgm"};
+  void expectCall(const std::string& in, Words options, const Call& call) {
+    SCOPED_TRACE(in + testing::PrintToString(options));
+    Words arguments = {"smooth", folder / in, folder / "out.pgm", "--mask-out", folder / "mask-out.pgm"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     const Outcome outcome = runKip(arguments);
     ASSERT_EQ(outcome.code, 0) << outcome.err;
-    const Called expected = callOn(madePicture(8), binary(madeMask()), call);
+    const Called expected = callOn(madePicture(in == "deep" ? 16 : 8), binary(madeMask()), call);
     expectEqual(read(folder / "out.pgm"), expected.picture);
     expectEqual(read(folder / "mask-out.pgm"), expected.mask);
   }
@@ -55,25 +57,36 @@ class Masked : public testing::Test {
 };
 
 TEST_F(Masked, SmoothingWritesTheLibrarysPixelsAndMask) {
-  kip_gaussParams params = parametersOf(3, 2);
-  const auto masked = [&](auto* src, auto* mask, auto* dst, auto* dstMask) {
-    return kip_gauss_smoothMasked8_8(src, mask, nullptr, &params, dst, dstMask);
-  };
-  const Words options = {"--sigma", "3,2", "--mask", folder / "mask"};
-  expectCall(options, masked);
-  Words covered = options;
-  params.filterMask.useCoverage = 1;
-  params.filterMask.minCoverage = 0.6;
-  covered.insert(covered.end(), {"--coverage", "0.6", "--threads", "3"});
-  expectCall(covered, masked);
-  params.filterMask.allowMaskedSample = 1;
-  covered.push_back("--allow-masked-sample");
-  expectCall(covered, masked);
+  const struct {
+    const char* in;
+    Words options;
+    decltype(&kip_gauss_smoothMasked8_8) function;
+  } pairs[] = {{"in", {}, kip_gauss_smoothMasked8_8},
+               {"in", {"--depth", "16"}, kip_gauss_smoothMasked8_16},
+               {"deep", {}, kip_gauss_smoothMasked16_16}};
+  for (const auto& pair : pairs) {
+    kip_gaussParams params = parametersOf(3, 2);
+    const auto masked = [&](auto* src, auto* mask, auto* dst, auto* dstMask) {
+      return pair.function(src, mask, nullptr, &params, dst, dstMask);
+    };
+    Words options = pair.options;
+    options.insert(options.end(), {"--sigma", "3,2", "--mask", folder / "mask"});
+    expectCall(pair.in, options, masked);
+    params.filterMask.useCoverage = 1;
+    params.filterMask.minCoverage = 0.6;
+    options.insert(options.end(), {"--coverage", "0.6", "--threads", "3"});
+    expectCall(pair.in, options, masked);
+    params.filterMask.allowMaskedSample = 1;
+    options.push_back("--allow-masked-sample");
+    expectCall(pair.in, options, masked);
 
-  params = parametersOf(1, 1);
-  expectCall({"--sigma", "1", "--sample-mask", folder / "mask"}, [&](auto* src, auto* mask, auto* dst, auto* dstMask) {
-    return kip_gauss_smoothMasked8_8(src, nullptr, mask, &params, dst, dstMask);
-  });
+    params = parametersOf(1, 1);
+    Words sampled = pair.options;
+    sampled.insert(sampled.end(), {"--sigma", "1", "--sample-mask", folder / "mask"});
+    expectCall(pair.in, sampled, [&](auto* src, auto* mask, auto* dst, auto* dstMask) {
+      return pair.function(src, nullptr, mask, &params, dst, dstMask);
+    });
+  }
 }
 
 TEST_F(Masked, SheetShowsTheResultsMaskToo) {
@@ -89,7 +102,6 @@ TEST_F(Masked, SheetShowsTheResultsMaskToo) {
 
 TEST_F(Masked, RequestsThatCannotBeLeaveNothing) {
   makePng(folder / "colour", {8, PNG_COLOR_TYPE_RGB});
-  makePng(folder / "deep", {16, PNG_COLOR_TYPE_GRAY});
   writeBytes(folder / "small", "P5 2 1 255\nab");
   const Words before = folder.names();
   const auto refuse = [&](const std::string& option, const std::string& mask, Words more, int code,
@@ -105,7 +117,6 @@ TEST_F(Masked, RequestsThatCannotBeLeaveNothing) {
     refuse(option, "small", {"--sigma", "1"}, 1, "small: measures 2 x 1");
     refuse(option, "colour", {"--sigma", "1"}, 1, "colour: is a colour picture");
     refuse(option, "deep", {"--sigma", "1"}, 1, "deep: has 16-bit pixels");
-    refuse(option, "mask", {"--sigma", "1", "--depth", "16"}, 2, "--depth 16: results with " + option);
     refuse(option, "mask", {"--sigma", "1", "--roi", "0,0,9,9"}, 2, "--roi 0,0,9,9: cannot go with " + option);
     refuse(option, "mask", {"--sigma", "64"}, 1, "at most 63");
   }

@@ -64,7 +64,6 @@ const Refused kRefused[] = {
     {"palettePng", png(8, PNG_COLOR_TYPE_PALETTE), "palette"},
     {"alphaPng", png(8, PNG_COLOR_TYPE_GRAY_ALPHA), "transparency"},
     {"transparentGreyPng", png(8, PNG_COLOR_TYPE_GRAY, true), "transparency"},
-    {"deepPng", png(16, PNG_COLOR_TYPE_GRAY), "-depth 8"},
     {"colourTiff", tiff({.bits = 8, .photometric = PHOTOMETRIC_RGB, .samples = 3}), "colour"},
     {"paletteTiff", tiff({.bits = 8, .photometric = PHOTOMETRIC_PALETTE}), "palette"},
     {"alphaTiff", tiff({.bits = 8, .samples = 2}), "transparency"},
@@ -148,6 +147,9 @@ TEST(Refusal, OfRequestsThatThePictureCannotServe) {
   refuse({"--sigma", "0", "--sample", "9", "--roi", "0,0,2,20"}, "empty");
   refuse({"--sigma", "0", "--sample", "100"}, "empty");
   refuse({"--sigma", "1", "--scale", "1e-60"}, "0x80000963");
+  makePng(in, {16, PNG_COLOR_TYPE_GRAY});
+  refuse({"--sigma", "1", "--depth", "8"}, "--depth 8: the picture has 16-bit pixels");
+  refuse({"--sigma", "1,40"}, "--sigma 1,40 is too large: at most 39 goes with 16-bit pictures");
 }
 
 TEST(Refusal, OfOutputsLeavesThemAlone) {

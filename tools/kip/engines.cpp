@@ -3,6 +3,7 @@
 
 #include "error.hpp"
 #include "kip/gauss.h"
+#include "kip/host/kjob.h"
 #include "library_image.hpp"
 
 namespace kip::tool {
@@ -43,33 +44,17 @@ class Override {
   ksys_cpuinfo before_;
 };
 
-// The handlers see the call until it asks for the first time whether to stop.
-struct Watch {
-  CallTrace trace;
-  bool stops;
-  bool through = false;
-};
-
-ksys_status onMemory(void* context, uint64_t bytes) {
-  auto& watch = *static_cast<Watch*>(context);
-  if (!watch.through) watch.trace.push_back(bytes);
-  return 0;
-}
-
-ksys_status onAttention(void* context) {
-  auto& watch = *static_cast<Watch*>(context);
-  watch.through = true;
-  return watch.stops ? KSYS_STATUS(0x80000001) : 0;
-}
-
-CallTrace watchCall(const std::function<void()>& call, bool stops) {
-  Watch watch{{}, stops};
-  ksys_memory_setHandler(onMemory, &watch);
-  ksys_attention_setHandler(onAttention, &watch);
+// The sizes of the memory that a call takes.
+std::vector<uint64_t> traceCall(const std::function<void()>& call) {
+  std::vector<uint64_t> sizes;
+  const auto note = [](void* context, uint64_t bytes) -> ksys_status {
+    static_cast<std::vector<uint64_t>*>(context)->push_back(bytes);
+    return 0;
+  };
+  ksys_memory_setHandler(note, &sizes);
   call();
-  ksys_attention_setHandler(nullptr, nullptr);
   ksys_memory_setHandler(nullptr, nullptr);
-  return watch.trace;
+  return sizes;
 }
 
 // A request that every engine serves.
@@ -93,8 +78,7 @@ std::vector<EngineState> listEngines() {
     std::string state = "the processor lacks it";
     if (offers(info, level)) {
       const Override forced(level);
-      state =
-          servingEngine(traceCall(smoothSample), smoothSample) == level.name ? "usable" : "not part of this library";
+      state = servingEngine(EngineFamily::levels, smoothSample) == level.name ? "usable" : "not part of this library";
     }
     engines.push_back({level.name, state});
   }
@@ -109,21 +93,16 @@ void forceLevel(const std::string& option) {
   }
 }
 
-CallTrace traceCall(const std::function<void()>& call) {
-  return watchCall(call, false);
-}
-
-std::string servingEngine(const CallTrace& trace, const std::function<void()>& repeat) {
+std::string servingEngine(EngineFamily family, const std::function<void()>& call) {
+  ksys_jobThreads_setMaximum(1);
+  const std::vector<uint64_t> trace = traceCall(call);
+  kprt_isOptimizationInhibitedFP = [](const wchar_t*) -> int32_t { return 1; };
+  const std::vector<uint64_t> portable = traceCall(call);
+  kprt_isOptimizationInhibitedFP = nullptr;
+  if (trace == portable) return kPortable.name;
+  if (family == EngineFamily::masked) return "vectorised";
   // The library goes by the second level's bit alone.
-  const ksys_cpuinfo info = processor();
-  const Level& vectorLevel = kLevels[(info.features & ksys_cpuAvx2) != 0 ? 2 : 1];
-  const Override portable(kPortable);
-  return watchCall(repeat, true) == trace ? kPortable.name : vectorLevel.name;
-}
-
-// src/masked/vec8.cpp leaves every request to the portable one.
-std::string maskedEngine() {
-  return kPortable.name;
+  return kLevels[(processor().features & ksys_cpuAvx2) != 0 ? 2 : 1].name;
 }
 
 }  // namespace kip::tool

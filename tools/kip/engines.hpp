@@ -19,17 +19,12 @@ std::vector<EngineState> listEngines();
 // Holds the library to "portable", level "1" or level "2" from now on. Throws Error when the processor lacks it.
 void forceLevel(const std::string& level);
 
-// Which engine serves an unmasked request is seen from outside: each takes working memory of its own sizes before it
-// first asks whether it is to stop.
-using CallTrace = std::vector<uint64_t>;
+// The engines of unmasked 8-bit requests, and those of masked and 16-bit ones.
+enum class EngineFamily { levels, masked };
 
-// Makes the call and notes the sizes; not while other threads use the library.
-CallTrace traceCall(const std::function<void()>& call);
-// The name of the engine that served a call of that trace. `repeat` makes the call again, to new images; it is stopped
-// before the first pixel is computed.
-std::string servingEngine(const CallTrace& trace, const std::function<void()>& repeat);
-
-// The engine of requests with a source mask.
-std::string maskedEngine();
+// The name of the engine that serves a call. That is seen from outside: each takes working memory of its own sizes. The
+// call is made twice, the second time with the portable engine, and must not keep what it makes. Not while other
+// threads use the library, which is held to one thread from then on.
+std::string servingEngine(EngineFamily family, const std::function<void()>& call);
 
 }  // namespace kip::tool

@@ -27,9 +27,10 @@ Picture makeSmoothSheet(const Picture& before, const SmoothResult& after, const 
   if (arguments.scale != "1") caption += ", scale " + arguments.scale;
   caption += ", " + sizeText(after.picture.width, after.picture.height);
   // With the gain taken out, a 16-bit result has the source's grey levels.
-  const double white = 255 * std::max(1.0, parsePositive("--scale", arguments.scale));
-  std::vector<SheetEntry> entries = {{&before, "before: " + sizeText(before.width, before.height)},
-                                     {&after.picture, caption, white}};
+  const double white = before.depth == 8 ? 255 : 65535;
+  const double gain = std::max(1.0, parsePositive("--scale", arguments.scale));
+  std::vector<SheetEntry> entries = {{&before, "before: " + sizeText(before.width, before.height), white},
+                                     {&after.picture, caption, white * gain}};
   if (after.mask) entries.push_back({&*after.mask, "result mask: valid is white"});
   return makeSheet(entries, 3);
 }
@@ -65,27 +66,29 @@ void runSmooth(const SmoothArguments& arguments) {
 
 constexpr char kFooter[] = R"(
 Pictures
-  IN   8-bit grey PNG, TIFF or PGM, recognised by content. 1-, 2- and 4-bit pixels are stretched to 8 bits; other
-       grey ranges of a PGM likewise. Colour, palettes, transparency, signed and floating-point pixels are refused,
-       16-bit pictures are not smoothed yet. At most 1 000 000 pixels a side and 2^30 in all.
+  IN   8-bit or 16-bit grey PNG, TIFF or PGM, recognised by content. 1-, 2- and 4-bit pixels are stretched to 8 bits;
+       other grey ranges of a PGM likewise. Colour, palettes, transparency, signed and floating-point pixels are
+       refused. At most 1 000 000 pixels a side and 2^30 in all.
   OUT  written as .png, .tif, .tiff or .pgm, by its name; replaced only when all went well, and may be IN.
 
 Values
   Along each axis three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped, standard
   deviation sqrt((sigma^2 + 2 sigma) / 4) pixels), then every N-th column and row is kept. The border is mirrored.
-  A scale above 1 may give values beyond the result's range: their low 8 or 16 bits are stored. Results of 16 bits
-  keep the source's 0 to 255 unless --scale is given: --depth 16 --scale 256 keeps 8 fractional bits.
+  A scale above 1 may give values beyond the result's range: by the engine, their low 8 or 16 bits are stored, or the
+  largest value. 16-bit results of an 8-bit picture keep its 0 to 255 unless --scale is given: --depth 16 --scale 256
+  keeps 8 fractional bits. A 16-bit picture has a 16-bit result and a sigma of at most 39.
   Result pixel u lies at source position u N + floor(N / 2) + (1 if N and sigma + 1 are odd) - 1. With N = 1 an odd
   sigma therefore shifts pixel numbers by one (source columns 0 to 9 give columns 1 to 10); OUT holds all of them.
   With --roi it holds those whose positions lie in the rectangle, computed from the whole picture around them.
 
-Masks (8-bit grey pictures of IN's size; 0 is invalid, any other value valid; sigma at most 63, 24 with --level portable)
-  With --mask a result pixel is the weighted mean of the valid pixels under its kernel, limited to 0 to 255. It is valid
-  where the mask is valid at its sample position (column c N, row r N of IN). --coverage F asks instead that at least
-  the fraction F of the kernel's pixels, and at least one, is valid; the mask at the sample position counts all the
-  same, unless --allow-masked-sample is given too: then holes are filled. --sample-mask gives the sample positions
-  another mask, and goes without --mask as well. Invalid result pixels are the source's sample times the scale.
-  --mask-out holds 255 where the result is valid, 0 elsewhere. --roi and --depth 16 do not go with masks.
+Masks (8-bit grey pictures of IN's size; 0 is invalid, any other value valid)
+  With --mask a result pixel is the weighted mean of the valid pixels under its kernel. It is valid where the mask is
+  valid at its sample position (column c N, row r N of IN). --coverage F asks instead that at least the fraction F of
+  the kernel's pixels, and at least one, is valid; the mask at the sample position counts all the same, unless
+  --allow-masked-sample is given too: then holes are filled. --sample-mask gives the sample positions another mask, and
+  goes without --mask as well. Invalid result pixels are the source's sample times the scale. --mask-out holds 255
+  where the result is valid, 0 elsewhere. The sigma of an 8-bit IN is at most 63, with --level portable 24. --roi does
+  not go with masks.
 
 Examples
   kip smooth in.png out.png --sigma 3 --round
@@ -109,9 +112,8 @@ void addSmoothCommand(CLI::App& app) {
       ->capture_default_str();
   command->add_option("--scale", arguments->scale, "Gain, above 0; 1 keeps the grey level")->capture_default_str();
   command->add_flag("--round", arguments->round, "Round to nearest in place of down");
-  command->add_option("--depth", arguments->depth, "Bits of a result pixel: 8 or 16")
-      ->check(CLI::IsMember({8, 16}))
-      ->capture_default_str();
+  command->add_option("--depth", arguments->depth, "Bits of a result pixel: 8 or 16; those of IN when not given")
+      ->check(CLI::IsMember({8, 16}));
   command->add_option("--roi", arguments->roi, "Compute only what samples this part of IN: X,Y,W,H in pixels");
   CLI::Option* mask = addMaskOption(*command, arguments->masks);
   command->add_option("--sample-mask", arguments->sampleMask, "A mask of IN for the sample positions alone");

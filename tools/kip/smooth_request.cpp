@@ -19,7 +19,6 @@ constexpr int32_t kMaxThreads = 256;
 void refuseContradictions(const SmoothArguments& arguments) {
   if (arguments.isMasked()) {
     const std::string option = arguments.masks.mask.empty() ? "--sample-mask" : "--mask";
-    if (arguments.depth != 8) throw UsageError("--depth 16: results with " + option + " have 8 bits in this version");
     if (!arguments.roi.empty()) {
       throw UsageError("--roi " + arguments.roi + ": cannot go with " + option +
                        ", since masked results depend on the rectangle that is computed");
@@ -30,7 +29,7 @@ void refuseContradictions(const SmoothArguments& arguments) {
 }
 
 // Binds the destination to the pixels whose sample positions lie in the wanted part of the source.
-void bindToRoi(kimg_image& destination, const SmoothRequest& request, const Picture& source,
+void bindToRoi(kimg_image& destination, int32_t depth, const SmoothRequest& request, const Picture& source,
                const SmoothArguments& arguments) {
   const kip_gaussParams& params = request.params;
   const ksIRegion& roi = *request.roi;
@@ -42,21 +41,21 @@ void bindToRoi(kimg_image& destination, const SmoothRequest& request, const Pict
   kfGaussGetDstReg(&roi, &region, params.xSample, params.ySample, params.xSigma + 1, params.ySigma + 1);
   if (region.width < 1 || region.height < 1) throw Error(option + " holds no sample position: the result is empty");
   const kstd_rect32 rect = {region.x, region.y, region.width, region.height};
-  const auto assign = arguments.depth == 8 ? kimg_image8_assignNewRect : kimg_image16_assignNewRect;
+  const auto assign = depth == 8 ? kimg_image8_assignNewRect : kimg_image16_assignNewRect;
   check(arguments.in, assign(&destination, &rect));
 }
 
 void refuseSource(const Picture& source, const SmoothRequest& request, const SmoothArguments& arguments) {
-  if (source.depth != 8) {
-    throw Error(arguments.in + ": has 16-bit pixels, and this version smooths 8-bit pictures only; convert it first, " +
-                "for example with ImageMagick: convert in.png -depth 8 out.png, or take kip binomial");
+  if (source.depth == 16 && arguments.depth == 8) {
+    throw Error(arguments.in +
+                ": --depth 8: the picture has 16-bit pixels, and so has its result; leave the option out");
   }
-  if (!arguments.isMasked()) return;
+  if (source.depth == 8 && !arguments.isMasked()) return;
   int32_t maxSigma = 0;
-  check(arguments.in, kip_gaussParamsGetMaxSigma(&maxSigma));
+  check(arguments.in, (source.depth == 8 ? kip_gaussParamsGetMaxSigma : kip_gaussParamsGetMaxSigma16)(&maxSigma));
   if (request.params.xSigma > maxSigma || request.params.ySigma > maxSigma) {
     throw Error(arguments.in + ": --sigma " + arguments.sigma + " is too large: at most " + std::to_string(maxSigma) +
-                " goes with masks here");
+                " goes with " + (source.depth == 8 ? "masks here" : "16-bit pictures"));
   }
 }
 
@@ -89,41 +88,42 @@ SmoothRequest parseSmoothRequest(const SmoothArguments& arguments) {
 
 SmoothResult smooth(SmoothSource& source, const SmoothRequest& request, const SmoothArguments& arguments) {
   refuseSource(source.picture, request, arguments);
+  const int32_t depth = arguments.depth != 0 ? arguments.depth : source.picture.depth;
   const Image image(source.picture);
   std::optional<Image> mask, sampleMask;
   if (source.mask) mask.emplace(*source.mask);
   if (source.sampleMask) sampleMask.emplace(*source.sampleMask);
   const auto recordOf = [](const std::optional<Image>& of) { return of ? &of->record : nullptr; };
 
+  // Unmasked 16-bit pictures too are smoothed by the masked function.
+  const bool isDeep = source.picture.depth == 16;
+  const auto plain = depth == 8 ? kip_gauss_smooth8_8 : kip_gauss_smooth8_16;
+  const auto masked = isDeep       ? kip_gauss_smoothMasked16_16
+                      : depth == 8 ? kip_gauss_smoothMasked8_8
+                                   : kip_gauss_smoothMasked8_16;
   const auto call = [&](Image& result, Image& resultMask) {
-    if (arguments.isMasked()) {
-      return kip_gauss_smoothMasked8_8(&image.record, recordOf(mask), recordOf(sampleMask), &request.params,
-                                       &result.record, &resultMask.record);
-    }
-    const auto plain = arguments.depth == 8 ? kip_gauss_smooth8_8 : kip_gauss_smooth8_16;
-    return plain(&image.record, &result.record, &request.params);
+    if (!isDeep && !arguments.isMasked()) return plain(&image.record, &result.record, &request.params);
+    return masked(&image.record, recordOf(mask), recordOf(sampleMask), &request.params, &result.record,
+                  arguments.isMasked() ? &resultMask.record : nullptr);
+  };
+  const auto bind = [&](Image& result) {
+    if (request.roi) bindToRoi(result.record, depth, request, source.picture, arguments);
   };
   Image result, resultMask;
-  if (request.roi) bindToRoi(result.record, request, source.picture, arguments);
-  ksys_status status = 0;
-  std::chrono::duration<double, std::milli> time{};
-  const auto timedCall = [&] {
-    const auto start = std::chrono::steady_clock::now();
-    status = call(result, resultMask);
-    time = std::chrono::steady_clock::now() - start;
-  };
-  std::string engine;
-  if (source.mask || !arguments.verbose) {
-    timedCall();
-    engine = maskedEngine();
-  } else {
-    const CallTrace trace = traceCall(timedCall);
-    Image again, againMask;
-    if (request.roi) bindToRoi(again.record, request, source.picture, arguments);
-    engine = servingEngine(trace, [&] { (void)call(again, againMask); });
-  }
+  bind(result);
+  const auto start = std::chrono::steady_clock::now();
+  const ksys_status status = call(result, resultMask);
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
   check(arguments.in, status);
   if (!result.hasPixels()) throw Error(arguments.in + ": holds no sample position: the result is empty");
+  std::string engine;
+  if (arguments.verbose) {
+    engine = servingEngine(isDeep || source.mask ? EngineFamily::masked : EngineFamily::levels, [&] {
+      Image again, againMask;
+      bind(again);
+      (void)call(again, againMask);
+    });
+  }
   SmoothResult made{copyPixels(result.record), std::nullopt, result.record.x, result.record.y, time.count(), engine};
   if (arguments.isMasked()) made.mask = copyPixels(resultMask.record);
   return made;
