@@ -50,6 +50,31 @@ ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const* src, const kimg_
 ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* params, ksIRegion* region,
                       ksVImage** out);
 
+/* Smooth a legacy 8-bit image by n + 1 boxes of width sigma + 1 along each axis, without sampling and without border
+ * extension: n = 2 has the weights of the functions above. A destination pixel keeps the number of the source pixel at
+ * its kernel's middle, of two middle ones the left (upper). With E = (n + 1) sigma the taps of pixel u reach from
+ * u - floor(E / 2) on over E + 1 pixels; only pixels whose taps lie in the source are computed.
+ *
+ * `dst` may be null, for a new image that belongs to the caller; it may be `src`, which is then smoothed in place. Any
+ * other image must share no pixels with `src` (not checked: the result is then unspecified, but nothing outside the
+ * destination is touched). A given `dst` limits what is computed by its region, and keeps its other pixels. `region`
+ * may be null; it limits what is computed only when `dst` is null, and receives the rectangle that has been computed.
+ * The client coordinates are set so that every pixel stays on the client point of its kernel's centre; the z-scale is
+ * left alone.
+ *
+ * The weighted sum is divided by (box width x box height)^(n + 1), with peakNormalize by the largest weight, and
+ * truncated; of a value beyond 255 the low 8 bits are kept. Sums are doubles: exact while
+ * 255 (box width x box height)^(n + 1) is below 2^53, beyond that with the rounding errors of running sums, and 0 where
+ * the quotient is not finite or leaves 64 bits.
+ *
+ * Without a pixel to compute *region is null and `dst` returned untouched, or a new image of 0 x 0. When there is
+ * nothing to smooth, both sigmas 0 or n = -1 (no box at all), the pixels that both images have are copied with client
+ * coordinates and z-scale. There is no status: short of memory, *region is null and the result `dst`, untouched;
+ * without a `dst` it is a new image whose pixels are all 0, or null when there is no memory for that either. A null
+ * `src`, 16-bit images, n below -1, negative sigmas and taps outside 32-bit coordinates: argument check. */
+ksImage* kfGauss(ksImage* src, ksImage* dst, int32_t n, int32_t xSigma, int32_t ySigma, int32_t peakNormalize,
+                 ksIRegion* region);
+
 /* The destination pixels whose sample positions d(u) lie in `src`, and the source positions of `dst`'s pixels, first to
  * last. kx and ky are box widths (sigma + 1). Return the address of the output, which may be the input. Sample factors
  * below 1 are an argument check; fields outside 32 bits saturate. */
