@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whole calls of the window functions by engine, next to copying the image and to what others offer: a Gaussian of the
 // same extent and standard deviation, and three box filters. One thread; nanoseconds per source pixel.
-#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -10,7 +9,7 @@
 #include "rows.hpp"
 
 #ifdef KIP_HAVE_OPENCV
-#include <opencv2/imgproc.hpp>
+#include "opencv_filters.hpp"
 #endif
 
 namespace {
@@ -79,22 +78,6 @@ void copy(benchmark::State& state) {
 }
 
 #ifdef KIP_HAVE_OPENCV
-
-using Filter = void (*)(const cv::Mat& from, cv::Mat& to, int32_t sigma);
-
-void gaussian(const cv::Mat& from, cv::Mat& to, int32_t sigma) {
-  const int32_t box = sigma + 1;
-  const int32_t extent = (3 * sigma + 1) | 1;
-  const double deviation = std::sqrt(3.0 * (box * box - 1) / 12.0);
-  cv::GaussianBlur(from, to, {extent, extent}, deviation, deviation, cv::BORDER_REFLECT);
-}
-
-void boxes(const cv::Mat& from, cv::Mat& to, int32_t sigma) {
-  const cv::Size box(sigma + 1, sigma + 1);
-  cv::blur(from, to, box, {-1, -1}, cv::BORDER_REFLECT);
-  cv::blur(to, to, box, {-1, -1}, cv::BORDER_REFLECT);
-  cv::blur(to, to, box, {-1, -1}, cv::BORDER_REFLECT);
-}
 
 template <typename Pixel>
 void smoothOpenCv(benchmark::State& state, Filter filter, int32_t sigma) {
