@@ -65,10 +65,13 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   constexpr int32_t firstWideSigma = 16;
   const bool isNarrow = sizeof(Src) == 1 && params.xSigma < firstWideSigma && params.ySigma < firstWideSigma;
   rows.division = divisionOf(params.scale, largestSum, static_cast<double>(largestPixel));
+  const bool isPlain = rows.division == MaskedDivision::plain && sizeof(Src) == sizeof(Dst);
+  const bool fits32 = largestSum + static_cast<double>(weights) < 0x1p32 && (isNarrow || sizeof(Src) == 2);
   if (all) {
     rows.sums = MaskedSums::imageOnly;
-  } else if (isNarrow && sizeof(Dst) == 1 && rows.division == MaskedDivision::plain) {
-    rows.sums = weights <= maskedJoinedWeights ? MaskedSums::joined : MaskedSums::narrow;
+  } else if (isPlain && fits32) {
+    const bool isJoined = sizeof(Src) == 1 && weights <= maskedJoinedWeights;
+    rows.sums = isJoined ? MaskedSums::joined : MaskedSums::narrow;
   } else {
     rows.sums = weights <= int64_t{UINT32_MAX} ? MaskedSums::wide : MaskedSums::widest;
   }

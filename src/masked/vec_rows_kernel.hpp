@@ -2,6 +2,9 @@
 // The text of the masked row kernel, for the files that compile it for a vector size.
 #pragma once
 
+#include <limits>
+#include <type_traits>
+
 #include "masked/vec_rows.hpp"
 #include "simd/line_kernel.hpp"
 
@@ -110,68 +113,28 @@ KIP_INLINE Vec allBitsIf(bool condition) {
   return KIP_MM(set1_epi32)(condition ? -1 : 0);
 }
 
-// The exact quotient, which is below 2^16, from one in floats and the dividend's low 32 bits. The divisor is below
-// 2^31.
-KIP_INLINE Vec exactQuotient(VecFloat quotient, Vec dividend, Vec divisor) {
-  // at most one too large, and the rest then negative
-  const Vec most = KIP_MM(cvttps_epi32)(KIP_MM(mul_ps)(quotient, KIP_MM(set1_ps)(1.0f + 0x1p-21f)));
-  const Vec rest = KIP_MM(sub_epi32)(dividend, multiply32(most, divisor));
-  return KIP_MM(add_epi32)(most, KIP_MM(srai_epi32)(rest, 31));
-}
+// ---- values
 
-// The bits of the largest dividend.
-enum class Bits { to24, to31, to32 };
+// What an output's sum becomes when all its pixels are valid: a product for sums below 2^32 whose product is below
+// 2^32, too, and one for others.
 
-// Values from sums below 2^32 at scale 1.
-template <Bits DividendBits>
-class Values32 {
+class Product32 {
  public:
-  KIP_INLINE Values32(const MaskedRows& rows, uint64_t weights, double)
-      : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
-        multiplier_(KIP_MM(set1_epi32)(static_cast<int32_t>(rows.multiplier))),
+  KIP_INLINE explicit Product32(const MaskedRows& rows)
+      : multiplier_(KIP_MM(set1_epi32)(static_cast<int32_t>(rows.multiplier))),
         half_(KIP_MM(set1_epi32)(rows.isRounded ? 1 << (rows.post - 1) : 0)),
         pre_(shift32By(rows.pre)),
-        post_(shift32By(rows.post)),
-        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
-        differs_((rows.weights & (rows.weights - 1)) != 0 ? allBits : 0) {}
+        post_(shift32By(rows.post)) {}
 
-  [[nodiscard]] KIP_INLINE Vec operator()(Vec image, Vec mask) const {
-    const Vec isFull = KIP_MM(cmpeq_epi32)(mask, full_);
-    const int bits = bitsOf(isFull);
-    if (bits == allBits) return multiplied(image);
-    const Vec divided = divide(KIP_MM(add_epi32)(image, shiftRight32(mask, toHalf_)), mask);
-    return (bits & differs_) == 0 ? divided : select(isFull, multiplied(image), divided);
+  [[nodiscard]] KIP_INLINE Vec operator()(Vec image) const {
+    return shiftRight32(KIP_MM(add_epi32)(multiply32(shiftRight32(image, pre_), multiplier_), half_), post_);
   }
 
  private:
-  [[nodiscard]] KIP_INLINE Vec multiplied(Vec image) const {
-    const Vec product = multiply32(shiftRight32(image, pre_), multiplier_);
-    return shiftRight32(KIP_MM(add_epi32)(product, half_), post_);
-  }
-
-  KIP_INLINE static Vec divide(Vec dividend, Vec divisor) {
-    const VecFloat quotient = KIP_MM(div_ps)(toFloat(dividend), KIP_MM(cvtepi32_ps)(divisor));
-    if constexpr (DividendBits == Bits::to24) {
-      return KIP_MM(cvttps_epi32)(quotient);  // exact
-    } else {
-      return exactQuotient(quotient, dividend, divisor);
-    }
-  }
-  KIP_INLINE static VecFloat toFloat(Vec value) {
-    if constexpr (DividendBits != Bits::to32) return KIP_MM(cvtepi32_ps)(value);
-    const VecFloat high = KIP_MM(cvtepi32_ps)(KIP_MM(srli_epi32)(value, 16));
-    const VecFloat low = KIP_MM(cvtepi32_ps)(bitAnd(value, KIP_MM(set1_epi32)(0xFFFF)));
-    return KIP_MM(add_ps)(KIP_MM(mul_ps)(high, KIP_MM(set1_ps)(65536.0f)), low);
-  }
-
-  Vec full_, multiplier_, half_;
-  Shift pre_, post_, toHalf_;
-  int differs_;  // 0 when a product is the same as the quotient: by a power of two
+  Vec multiplier_, half_;
+  Shift pre_, post_;
 };
 
-__extension__ using Uint128 = unsigned __int128;
-
-// What an output's sum in 64 bits becomes when all its pixels are valid.
 class Product64 {
  public:
   KIP_INLINE explicit Product64(const MaskedRows& rows)
@@ -181,6 +144,7 @@ class Product64 {
         post_(shift64By(rows.post)),
         lastPost_(shift64By(rows.post - 1)) {}
 
+  [[nodiscard]] KIP_INLINE Vec operator()(Vec image) const { return (*this)(widenUnsigned(image)); }
   [[nodiscard]] KIP_INLINE Vec operator()(Wide image) const {
     const Wide product = (image >> pre_) * multiplier_;
     return narrow((product >> post_) + ((product >> lastPost_) & isRounded_));
@@ -189,6 +153,80 @@ class Product64 {
  private:
   Vec multiplier_, isRounded_;
   Shift pre_, post_, lastPost_;
+};
+
+// The exact quotient, which is below 2^16, from one in floats and the dividend's low 32 bits. The divisor is below
+// 2^31.
+KIP_INLINE Vec exactQuotient(VecFloat quotient, Vec dividend, Vec divisor) {
+  // at most one too large, and the rest then negative
+  const Vec most = KIP_MM(cvttps_epi32)(KIP_MM(mul_ps)(quotient, KIP_MM(set1_ps)(1.0f + 0x1p-21f)));
+  const Vec rest = KIP_MM(sub_epi32)(dividend, multiply32(most, divisor));
+  return KIP_MM(add_epi32)(most, KIP_MM(srai_epi32)(rest, 31));
+}
+// The parts of a number that each fit a float, together.
+KIP_INLINE VecFloat joinFloats(Vec high, float unit, Vec low) {
+  return KIP_MM(add_ps)(KIP_MM(mul_ps)(KIP_MM(cvtepi32_ps)(high), KIP_MM(set1_ps)(unit)), KIP_MM(cvtepi32_ps)(low));
+}
+
+// (image + half) / mask for dividends of so many bits.
+
+struct Divide24 {
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+    const Vec dividend = KIP_MM(add_epi32)(image, half);
+    return KIP_MM(cvttps_epi32)(KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask)));
+  }
+};
+
+struct Divide31 {
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+    const Vec dividend = KIP_MM(add_epi32)(image, half);
+    return exactQuotient(KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask)), dividend, mask);
+  }
+};
+
+struct Divide32 {
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+    const Vec dividend = KIP_MM(add_epi32)(image, half);
+    const VecFloat whole =
+        joinFloats(KIP_MM(srli_epi32)(dividend, 16), 65536.0f, bitAnd(dividend, KIP_MM(set1_epi32)(0xFFFF)));
+    return exactQuotient(KIP_MM(div_ps)(whole, KIP_MM(cvtepi32_ps)(mask)), dividend, mask);
+  }
+};
+
+struct Divide48 {
+  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask) {
+    const Vec lowBits = narrow(image);
+    const Vec low = KIP_MM(add_epi32)(bitAnd(lowBits, KIP_MM(set1_epi32)((1 << 24) - 1)), half);
+    const Vec high = narrow({KIP_MM(srli_epi64)(image.low, 24), KIP_MM(srli_epi64)(image.high, 24)});
+    return exactQuotient(KIP_MM(div_ps)(joinFloats(high, 0x1p24f, low), KIP_MM(cvtepi32_ps)(mask)),
+                         KIP_MM(add_epi32)(lowBits, half), mask);
+  }
+};
+
+// Values at scale 1 from sums of masks below 2^31.
+template <typename Product, typename Division>
+class PlainValues {
+ public:
+  KIP_INLINE PlainValues(const MaskedRows& rows, uint64_t weights, double)
+      : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
+        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
+        product_(rows),
+        differs_((rows.weights & (rows.weights - 1)) != 0 ? allBits : 0) {}
+
+  template <typename ImageSum>
+  [[nodiscard]] KIP_INLINE Vec operator()(ImageSum image, Vec mask) const {
+    const Vec isFull = KIP_MM(cmpeq_epi32)(mask, full_);
+    const int bits = bitsOf(isFull);
+    if (bits == allBits) return product_(image);
+    const Vec divided = Division::divide(image, shiftRight32(mask, toHalf_), mask);
+    return (bits & differs_) == 0 ? divided : select(isFull, product_(image), divided);
+  }
+
+ private:
+  Vec full_;
+  Shift toHalf_;
+  Product product_;
+  int differs_;  // 0 when a product is the same as the quotient: by a power of two
 };
 
 class ImageValues {
@@ -200,38 +238,7 @@ class ImageValues {
   Product64 product_;
 };
 
-// Values at scale 1 from sums of images below 2^48 and of masks below 2^31.
-class PlainValues {
- public:
-  KIP_INLINE PlainValues(const MaskedRows& rows, uint64_t weights, double)
-      : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
-        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
-        product_(rows) {}
-
-  [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Vec mask) const {
-    const Vec isFull = KIP_MM(cmpeq_epi32)(mask, full_);
-    const int bits = bitsOf(isFull);
-    if (bits == allBits) return product_(image);
-    const Vec divided = divide(image, shiftRight32(mask, toHalf_), mask);
-    return bits == 0 ? divided : select(isFull, product_(image), divided);
-  }
-
- private:
-  // Quotients are below 2^16: in floats they are at most one too large, which the low bits of the rest tell.
-  KIP_INLINE static Vec divide(Wide image, Vec half, Vec divisor) {
-    const Vec lowBits = narrow(image);
-    const Vec low = KIP_MM(add_epi32)(bitAnd(lowBits, KIP_MM(set1_epi32)((1 << 24) - 1)), half);
-    const Vec high = narrow({KIP_MM(srli_epi64)(image.low, 24), KIP_MM(srli_epi64)(image.high, 24)});
-    const VecFloat whole =
-        KIP_MM(add_ps)(KIP_MM(mul_ps)(KIP_MM(cvtepi32_ps)(high), KIP_MM(set1_ps)(0x1p24f)), KIP_MM(cvtepi32_ps)(low));
-    return exactQuotient(KIP_MM(div_ps)(whole, KIP_MM(cvtepi32_ps)(divisor)), KIP_MM(add_epi32)(lowBits, half),
-                         divisor);
-  }
-
-  Vec full_;
-  Shift toHalf_;
-  Product64 product_;
-};
+__extension__ using Uint128 = unsigned __int128;
 
 // Values from sums below 2^52 at any scale. `largest`: the largest pixel.
 class Values64 {
@@ -302,7 +309,7 @@ struct Constants {
 };
 
 struct JoinedRow {
-  using Values = Values32<Bits::to24>;
+  using Values = PlainValues<Product32, Divide24>;
   static constexpr int32_t weightBits = 32 - maskedJoin;
 
   Sums32 sums;
@@ -331,8 +338,15 @@ struct SplitRow {
   }
 };
 
-template <Bits DividendBits>
-using NarrowRow = SplitRow<Sums32, Sums32, Values32<DividendBits>>;
+template <typename Src, typename Division>
+using NarrowRow =
+    SplitRow<Sums32, Sums32, PlainValues<std::conditional_t<sizeof(Src) == 1, Product32, Product64>, Division>>;
+template <MaskedReach Reach>
+using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues<Product64, Divide48>>;
+template <MaskedReach Reach>
+using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
+template <MaskedReach Reach>
+using WidestRow = SplitRow<Sums64<Reach>, Sums64<MaskedReach::difference>, Values64>;
 
 template <MaskedReach Reach>
 struct ImageRow {
@@ -418,23 +432,18 @@ SmoothGroup<Src, Dst> byReach(MaskedReach reach) {
   return smoothGroup<Row<MaskedReach::difference>, Src, Dst>;
 }
 
-template <MaskedReach Reach>
-using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues>;
-template <MaskedReach Reach>
-using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
-template <MaskedReach Reach>
-using WidestRow = SplitRow<Sums64<Reach>, Sums64<MaskedReach::difference>, Values64>;
-
 template <typename Src, typename Dst>
 SmoothGroup<Src, Dst> smoothGroupFor(const MaskedRows& rows) {
+  if constexpr (sizeof(Src) == sizeof(Dst)) {
+    if (rows.sums == MaskedSums::narrow) {
+      const uint64_t largest = rows.weights * std::numeric_limits<Src>::max() + rows.weights / 2;
+      return largest < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Src, Divide24>, Src, Dst>
+             : largest < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Src, Divide31>, Src, Dst>
+                                           : smoothGroup<NarrowRow<Src, Divide32>, Src, Dst>;
+    }
+  }
   if constexpr (sizeof(Dst) == 1) {
     if (rows.sums == MaskedSums::joined) return smoothGroup<JoinedRow, Src, Dst>;
-    if (rows.sums == MaskedSums::narrow) {
-      const uint64_t largest = 255 * rows.weights + rows.weights / 2;
-      return largest < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Bits::to24>, Src, Dst>
-             : largest < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Bits::to31>, Src, Dst>
-                                           : smoothGroup<NarrowRow<Bits::to32>, Src, Dst>;
-    }
   }
   if constexpr (sizeof(Src) == 2) {
     if (rows.sums == MaskedSums::imageOnly) return byReach<ImageRow, Src, Dst>(rows.reach);

@@ -102,4 +102,65 @@ TYPED_TEST(MaskedVec, EqualsTheDefinitionInIntegers) {
   EXPECT_GT(served, cases * 3 / 5);
 }
 
+// The largest sums there are, around one invalid pixel and away from it, with scales down and up to what fixed point
+// and 64 bits hold.
+TYPED_TEST(MaskedVec, TheLargestSums) {
+  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  for (const int32_t sigma : {15, 34, TypeParam::maxSigma}) {
+    for (const double scale : {0.01, 0.524, 1.0, 256.0, 300.0, 70000.0, 1e12}) {
+      MaskedCase drawn = drawMaskedCase<TypeParam>(5, 0);
+      const int32_t white = std::numeric_limits<typename TypeParam::Src>::max();
+      drawn.request.region = {3, -4, 290, 195};
+      drawn.request.params = {
+          1, 1, sigma, sigma, scale, 1, {.allowMaskedSample = 1, .useCoverage = 1, .minCoverage = 0.5}};
+      drawn.request.pixels.assign(290 * 195, white);
+      drawn.request.srcMask.assign(290 * 195, 255);
+      drawn.request.srcMask[97 * 290 + 60] = 0;
+      drawn.request.sampleMask.clear();
+      drawn.destination = drawn.computed = {60, 90, 190, 9};
+      drawn.name = std::to_string(sigma) + " scale " + std::to_string(scale);
+      EXPECT_TRUE(this->check(drawn, 1));
+      if (scale == 256.0 && white == 255 && drawn.request.largest == 65535) {
+        const MaskedCall<TypeParam> call(drawn);
+        EXPECT_EQ(call.run(true), 0);
+        EXPECT_EQ(call.result().pixels.back(), 65280);
+      }
+    }
+  }
+}
+
+TYPED_TEST(MaskedVec, BandsEqualTheSingleCall) {
+  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  MaskedCase drawn = this->draw(5);
+  drawn.request.region = {-7, 11, 331, 397};
+  drawn.request.params.xSample = drawn.request.params.ySample = 1;
+  Random random(9);
+  drawn.request.pixels.clear();
+  for (int32_t i = 0; i < 331 * 397; ++i) drawn.request.pixels.push_back(random.between(0, 255));
+  drawn.request.srcMask = drawMask(random, drawn.request.region);
+  drawn.request.sampleMask.clear();
+  drawn.destination = drawn.computed =
+      oracle::destinationOf(drawn.request.region, oracle::legacyOf(drawn.request.params), nullptr);
+  for (const int32_t threads : {1, 2, 3, 8}) {
+    ksys_jobThreads_setMaximum(threads);
+    EXPECT_TRUE(this->check(drawn, threads)) << threads;
+  }
+}
+
+// A request fails with the status of the allocation that fails, and writes nothing outside its destination.
+TYPED_TEST(MaskedVec, AllocationFailures) {
+  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  MaskedCase drawn = this->draw(6);
+  drawn.request.srcMask.assign(drawn.request.pixels.size(), 2);  // even bytes: counts are needed
+  const ProcessorOverride processor(1, vectorSizes().back());
+  int64_t failing = 1;
+  for (ksys_status status = -1; status != 0; ++failing) {
+    const AllocationProbe probe(failing);
+    const MaskedCall<TypeParam> call(drawn);
+    status = call.run(true);
+    ASSERT_TRUE(status == 0 || status == probe.failure()) << failing;
+  }
+  EXPECT_GT(failing, 8);
+}
+
 }  // namespace
