@@ -211,7 +211,7 @@ class PlainValues {
       : full_(KIP_MM(set1_epi32)(static_cast<int32_t>(weights))),
         toHalf_(shift32By(rows.isRounded ? 1 : 32)),
         product_(rows),
-        differs_((rows.weights & (rows.weights - 1)) != 0 ? allBits : 0) {}
+        differs_(weights != rows.weights || (rows.weights & (rows.weights - 1)) != 0 ? allBits : 0) {}
 
   template <typename ImageSum>
   [[nodiscard]] KIP_INLINE Vec operator()(ImageSum image, Vec mask) const {
@@ -226,7 +226,7 @@ class PlainValues {
   Vec full_;
   Shift toHalf_;
   Product product_;
-  int differs_;  // 0 when a product is the same as the quotient: by a power of two
+  int differs_;  // 0 when a product is the same as the quotient: by a power of two that `full_` still holds
 };
 
 class ImageValues {
@@ -436,7 +436,8 @@ template <typename Src, typename Dst>
 SmoothGroup<Src, Dst> smoothGroupFor(const MaskedRows& rows) {
   if constexpr (sizeof(Src) == sizeof(Dst)) {
     if (rows.sums == MaskedSums::narrow) {
-      const uint64_t largest = rows.weights * std::numeric_limits<Src>::max() + rows.weights / 2;
+      constexpr uint64_t white = std::numeric_limits<Src>::max();
+      const uint64_t largest = rows.weights * white + rows.weights / 2;
       return largest < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Src, Divide24>, Src, Dst>
              : largest < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Src, Divide31>, Src, Dst>
                                            : smoothGroup<NarrowRow<Src, Divide32>, Src, Dst>;

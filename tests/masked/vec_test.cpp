@@ -65,6 +65,7 @@ class MaskedVec : public testing::Test {
     params.scale = random.pick({1.0, 1.0, 1.0, 0.5, 0.01, 1.2, 1.25, 2.0, 4.0000005, 3.0, 257.0, 300.0, 1e7, 1e12});
     if (index % 7 == 0) params.xSigma = random.between(7, 17);
     if (index % 7 == 1) params.ySigma = random.between(7, 17);
+    if (index % 23 == 0) params.xSigma = params.ySigma = 3;  // as many weights as the mask's bits of joined sums
     if (index % 31 == 0) params.xSigma = params.ySigma = random.pick({15, 24, Pair::maxSigma});
     if (index % 32 == 1) params.xSigma = random.pick({31, Pair::maxSigma});  // pads longer than the last piece
     if (index % 4 != 0) {
