@@ -13,7 +13,8 @@ ksys_status viewOf(const Source& source, int32_t type, ksVImage& legacy) {
   if (source.bound == 0) return 0;
   const ksIRegion region{source.x, source.y, source.width, source.height};
   const int64_t strideBytes = int64_t{source.stride} * pixelBytes;
-  if (!kiphost::isRepresentable(region) || source.pixelBytes != pixelBytes || strideBytes > INT32_MAX) {
+  if (!kiphost::isRepresentable(region) || !kiphost::hasUsableStride(source) || source.pixelBytes != pixelBytes ||
+      strideBytes > INT32_MAX) {
     return KSYS_STATUS_BAD_ARGUMENT;
   }
   legacy.pixels = const_cast<void*>(static_cast<const void*>(source.pixels));

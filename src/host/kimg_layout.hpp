@@ -26,6 +26,12 @@ constexpr bool isUsableMemory(const Rect& r, const void* pixels, int64_t stride,
   return pixels != nullptr && (r.height == 1 || (stride >= int64_t{r.width} * unit && stride % unit == 0));
 }
 
+// Whether a record's rows lie apart, top to bottom. Nothing but a caller that writes the field makes others.
+template <class Record>
+constexpr bool hasUsableStride(const Record& record) {
+  return record.height <= 1 || record.stride >= record.width;
+}
+
 // Bytes from a row to the next in memory of the host's own: whole cache lines.
 constexpr int64_t ownRowBytes(int32_t width, int32_t pixelBytes) {
   return (int64_t{width} * pixelBytes + kRowAlignment - 1) / kRowAlignment * kRowAlignment;

@@ -33,7 +33,8 @@ ksys_status initOnImage(Window& window, const kimg_image& image, int32_t pixelBy
   window = {};
   if (image.bound == 0) return 0;
   const kstd_rect32 rect{image.x, image.y, image.width, image.height};
-  if (!kiphost::isRepresentable(rect) || (pixelBytes != 0 && image.pixelBytes != pixelBytes)) {
+  if (!kiphost::isRepresentable(rect) || !kiphost::hasUsableStride(image) ||
+      (pixelBytes != 0 && image.pixelBytes != pixelBytes)) {
     return KSYS_STATUS_BAD_ARGUMENT;
   }
   initOver(window, rect, image.stride, image.pixelBytes, image.pixels);
@@ -70,6 +71,7 @@ ksys_status pointTo(Window& window, const kstd_rect32& rect) {
     window = {};
     return 0;
   }
+  if (!kiphost::hasUsableStride(window)) return KSYS_STATUS_BAD_ARGUMENT;
   window.pixels = kiphost::moved(window.pixels, int64_t{rect.x} - window.x, int64_t{rect.y} - window.y,
                                  window.pixelBytes, int64_t{window.stride} * window.pixelBytes);
   window.width = rect.width;

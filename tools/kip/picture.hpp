@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -12,12 +14,35 @@ namespace kip::tool {
 constexpr int64_t kMaxSide = 1'000'000;
 constexpr int64_t kMaxPixels = int64_t{1} << 30;
 
+// Memory of zeros that costs nothing before it is written, so that a file which promises more than it holds is refused
+// at the price of what it holds.
+template <typename Element>
+struct UntouchedZeros {
+  using value_type = Element;
+
+  Element* allocate(size_t count) {
+    void* const block = std::calloc(count, sizeof(Element));
+    if (block == nullptr) throw std::bad_alloc();
+    return static_cast<Element*>(block);
+  }
+  void deallocate(Element* block, size_t) { std::free(block); }
+  // an element that is given no value keeps the 0 of its block
+  void construct(Element*) {}
+  template <typename Value>
+  void construct(Element* element, Value value) {
+    *element = value;
+  }
+  friend bool operator==(UntouchedZeros, UntouchedZeros) { return true; }
+};
+template <typename Element>
+using Zeros = std::vector<Element, UntouchedZeros<Element>>;
+
 // A grey picture: rows top to bottom, nothing between them, 0 is black and the largest value white.
 struct Picture {
   int32_t width = 0, height = 0;
-  int32_t depth = 8;               // bits of a pixel: 8 or 16
-  std::vector<uint8_t> pixels8;    // filled when depth is 8
-  std::vector<uint16_t> pixels16;  // filled when depth is 16
+  int32_t depth = 8;         // bits of a pixel: 8 or 16
+  Zeros<uint8_t> pixels8;    // filled when depth is 8
+  Zeros<uint16_t> pixels16;  // filled when depth is 16
 
   // A black picture. Throws Error when it measures nothing or too much.
   static Picture make(int64_t width, int64_t height, int32_t depth);

@@ -102,7 +102,7 @@ void readTiles(TIFF* tiff, int32_t bits, Picture& picture) {
   TIFFGetField(tiff, TIFFTAG_TILELENGTH, &tileHeight);
   Picture::make(tileWidth, tileHeight, 8);  // a tile obeys the limits of a picture
   const auto rowSize = static_cast<size_t>(TIFFTileRowSize64(tiff));
-  std::vector<uint8_t> tile(static_cast<size_t>(TIFFTileSize64(tiff)));
+  Zeros<uint8_t> tile(static_cast<size_t>(TIFFTileSize64(tiff)));
   if (rowSize < packedSize(tileWidth, bits) || tile.size() < rowSize * tileHeight) failReading();
   const auto stepX = static_cast<int32_t>(tileWidth), stepY = static_cast<int32_t>(tileHeight);
   for (int32_t top = 0; top < picture.height; top += stepY) {
@@ -119,7 +119,7 @@ void readTiles(TIFF* tiff, int32_t bits, Picture& picture) {
 }
 
 template <typename Pixel>
-void invert(std::vector<Pixel>& pixels) {
+void invert(Zeros<Pixel>& pixels) {
   for (Pixel& pixel : pixels) pixel = static_cast<Pixel>(~pixel);
 }
 

@@ -1,9 +1,13 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The host's image library: images, windows, legacy images and the conversions between them.
  *
- * Pixels are 8 or 16 bits, rows lie top to bottom at a positive stride. A pixel (x, y) covers the square
- * [x, x+1) x [y, y+1) of its image's pixel coordinates. A rectangle's last column and row, x + width and y + height,
- * must fit in 32 bits. */
+ * Pixels are 8 or 16 bits. A pixel (x, y) covers the square [x, x+1) x [y, y+1) of its image's pixel coordinates. A
+ * rectangle's last column and row, x + width and y + height, must fit in 32 bits.
+ *
+ * Rows lie top to bottom. The stride from a row to the next is at least the width; where there is one row at most it is
+ * not looked at. Other strides (0, negative, rows that share pixels) are refused by what makes images and windows and,
+ * when a caller writes them into a record, by what takes it: KSYS_STATUS_BAD_ARGUMENT, a null legacy image or a failed
+ * argument check. The stride of a legacy image is looked at only when it is made. */
 #ifndef KIP_HOST_KIMG_H
 #define KIP_HOST_KIMG_H
 
