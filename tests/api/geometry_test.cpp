@@ -196,10 +196,6 @@ TEST(Geometry, Transforms) {
           EXPECT_DOUBLE_EQ(u, (x + shiftX) / sample);
           EXPECT_DOUBLE_EQ(v, y + shiftY);
         }
-        for (int64_t n = 1; n <= (linear ? 1 : 2); ++n) {
-          const AllocationProbe probe(n);
-          EXPECT_EQ(gauss_udpateDstXform(src.get(), &params, first.get(), nullptr), probe.failure()) << n;
-        }
       }
     }
   }

@@ -8,27 +8,18 @@
 
 namespace {
 
-constexpr int32_t low = INT32_MIN;
-constexpr int32_t high = INT32_MAX;
+constexpr int32_t low = INT32_MIN, high = INT32_MAX;
 
-ksIRegion dstReg(ksIRegion region, int32_t xSample, int32_t ySample, int32_t kx, int32_t ky) {
-  EXPECT_EQ(kfGaussGetDstReg(&region, &region, xSample, ySample, kx, ky), &region);  // in place
+// In place.
+template <auto Rule>
+ksIRegion by(ksIRegion region, int32_t xSample, int32_t ySample, int32_t kx, int32_t ky) {
+  EXPECT_EQ(Rule(&region, &region, xSample, ySample, kx, ky), &region);
   return region;
 }
-
-ksIRegion dummyReg(ksIRegion region, int32_t xSample, int32_t ySample, int32_t kx, int32_t ky) {
-  EXPECT_EQ(kfGaussGetDummyReg(&region, &region, xSample, ySample, kx, ky), &region);
-  return region;
-}
+constexpr auto dstReg = by<kfGaussGetDstReg>, dummyReg = by<kfGaussGetDummyReg>;
 
 ksGaussParams paramsOf(int32_t xSample, int32_t ySample, int32_t xSigma, int32_t ySigma) {
-  ksGaussParams params = *ksGaussParamsNull();
-  params.xSample = xSample;
-  params.ySample = ySample;
-  params.xSigma = xSigma;
-  params.ySigma = ySigma;
-  params.extendBorder = 1;
-  return params;
+  return {xSample, ySample, xSigma, ySigma, 0, 1, 0, 1.0f, nullptr, nullptr};
 }
 
 TEST(Regions, EveryDestinationPixelWhosePositionLiesInside) {
@@ -64,12 +55,12 @@ TEST(Regions, ExtremesStayExactOrSaturate) {
 }
 
 TEST(Regions, NullPointersAndSampleFactorsBelowOneFailTheArgumentCheck) {
-  ksIRegion region = {0, 0, 1, 1};
-  for (const auto function : {kfGaussGetDstReg, kfGaussGetDummyReg}) {
-    EXPECT_TRUE(kiptest::failsCheck([&] { function(nullptr, &region, 1, 1, 1, 1); }));
-    EXPECT_TRUE(kiptest::failsCheck([&] { function(&region, nullptr, 1, 1, 1, 1); }));
-    EXPECT_TRUE(kiptest::failsCheck([&] { function(&region, &region, 0, 1, 1, 1); }));
-    EXPECT_TRUE(kiptest::failsCheck([&] { function(&region, &region, 1, -1, 1, 1); }));
+  ksIRegion some = {0, 0, 1, 1};
+  for (const auto rule : {kfGaussGetDstReg, kfGaussGetDummyReg}) {
+    EXPECT_TRUE(kiptest::failsCheck([&] { rule(nullptr, &some, 1, 1, 1, 1); }));
+    EXPECT_TRUE(kiptest::failsCheck([&] { rule(&some, nullptr, 1, 1, 1, 1); }));
+    EXPECT_TRUE(kiptest::failsCheck([&] { rule(&some, &some, 0, 1, 1, 1); }));
+    EXPECT_TRUE(kiptest::failsCheck([&] { rule(&some, &some, 1, -1, 1, 1); }));
   }
 }
 

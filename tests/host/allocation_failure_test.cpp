@@ -7,6 +7,7 @@
 
 #include "host/records.hpp"
 #include "kip/host/kimg.h"
+#include "support/host_seams.hpp"
 
 namespace {
 
@@ -14,20 +15,14 @@ using kiptest::same;
 
 constexpr ksys_status kFailure = KSYS_STATUS(0x80004321);
 
-ksys_status countDown(void* left, uint64_t) {
-  return (*static_cast<int32_t*>(left))-- == 0 ? kFailure : 0;
-}
-
 // Runs the operation until it meets no failing allocation any more.
 void failEach(const std::function<ksys_status()>& operation, const std::function<bool()>& isUnchanged) {
-  for (int32_t number = 0;; ++number) {
-    int32_t left = number;
-    ksys_memory_setHandler(countDown, &left);
+  for (int64_t number = 1;; ++number) {
+    const kiptest::AllocationProbe probe(number, kFailure);
     const ksys_status status = operation();
-    ksys_memory_setHandler(nullptr, nullptr);
-    if (left >= 0) {
+    if (probe.count() < number) {
       EXPECT_EQ(status, 0);
-      EXPECT_GT(number, 0) << "nothing was allocated";
+      EXPECT_GT(number, 1) << "nothing was allocated";
       return;
     }
     EXPECT_EQ(status, kFailure);

@@ -59,14 +59,4 @@ TEST(Copy, OnlyCommonPixelsAtEqualCoordinates) {
   EXPECT_EQ(target, expected);
 }
 
-TEST(Set, StaysInsideTheWindow) {
-  std::vector<uint8_t> pixels(15, 1);
-  kimg_window window;
-  const kstd_rect32 all{0, 0, 5, 3}, inner{1, 1, 2, 2};
-  ASSERT_EQ(kimg_window8_initFromMemory(&window, &all, pixels.data(), 5), 0);
-  ASSERT_EQ(kimg_window_windowRect(&window, &inner, nullptr), 0);
-  ASSERT_EQ(kip_pelSetWindow8(&window, 200), 0);
-  EXPECT_EQ(pixels, (std::vector<uint8_t>{1, 1, 1, 1, 1, 1, 200, 200, 1, 1, 1, 200, 200, 1, 1}));
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kip/host/ksys.h"
+#include "kip/host/kstd.h"
 
 #include <gtest/gtest.h>
 
@@ -29,6 +29,24 @@ TEST(Memory, BlocksAreAlignedClearedAndChecked) {
     EXPECT_EQ(block, nullptr);
     EXPECT_EQ(kxfMalloc(bytes), nullptr);
   }
+}
+
+TEST(Memory, VectorsHoldTheirElementsAndCopiesLeaveGaps) {
+  kstd_vector16 vector;
+  uint16_t *begin, *end;
+  for (const size_t size : {size_t{0}, size_t{5}}) {
+    ASSERT_EQ(kstd_vector16_constructFill(&vector, size, 0xABCD), 0);
+    ASSERT_EQ(kstd_vector16_getBeginEnd(&vector, &begin, &end), 0);
+    EXPECT_EQ(std::vector(begin, end), std::vector<uint16_t>(size, 0xABCD));
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(begin) % 64, 0u);
+    kstd_vector16_destruct(&vector);
+  }
+  kstd_vector32 wide;
+  EXPECT_EQ(kstd_vector32_construct(&wide, uint64_t{1} << 62), KSYS_STATUS_NO_MEMORY);
+  const uint8_t src[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  uint8_t dst[10] = {};
+  ksys_memory_copyRect(dst, 4, src, 3, 2, 3);
+  EXPECT_EQ(std::vector(dst, dst + 10), (std::vector<uint8_t>{1, 2, 0, 0, 4, 5, 0, 0, 7, 8}));
 }
 
 std::string destroyed;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef KIP_TESTS_HOST_RECORDS_HPP
-#define KIP_TESTS_HOST_RECORDS_HPP
+#pragma once
 
 #include <cmath>
 #include <cstring>
@@ -37,5 +36,3 @@ inline ksys_status constructBent(kmath_xformPtrhConst* handle, int* releases) {
 }
 
 }  // namespace kiptest
-
-#endif

@@ -27,6 +27,8 @@ Verdict checkGauss(const kiptest::GaussCase& test, GaussKernel kernel, const Gau
     source.paint(test.source.pixels);
     const LegacyImage legacySource = legacyOn(source);
     const LegacyImage legacyDestination = legacyOn(destination);
+    ksVImageSetClientZScale(legacySource.get(), 8.0f);
+    ksVImageSetClientZScale(legacyDestination.get(), 3.0f);
     ksIRegion region = {1, 2, 3, 4};
     ksVImage* out = nullptr;
     ksys_status status = 0;
@@ -46,6 +48,11 @@ Verdict checkGauss(const kiptest::GaussCase& test, GaussKernel kernel, const Gau
     if (asked.names() != std::vector<std::wstring>{L"gauss"} || attention.count() != polls) {
       return {Fault::wrongEngine, "attention was polled " + std::to_string(attention.count()) + " times instead of " +
                                       std::to_string(polls)};
+    }
+    const bool keepsZScale = test.params.peakNormalize != 0 || test.computed.width == 0 ||
+                             engine == Engine::vec2Sigma1 || engine == Engine::vec2Sigma2;
+    if (ksImageClientZScale(out) != (keepsZScale ? 3.0f : 8.0f * test.params.scale)) {
+      return {Fault::wrongEngine, "the z-scale is " + std::to_string(ksImageClientZScale(out))};
     }
     if (!destination.intactOutside(test.computed)) return {Fault::wroteOutside, "wrote outside the destination"};
     if (!source.intactOutside(test.source.region) || source.crop(test.source.region) != test.source.pixels) {

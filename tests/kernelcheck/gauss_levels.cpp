@@ -33,17 +33,19 @@ GaussCase drawLarge(Random& random) {
   return drawn;
 }
 
-// Requests that the first level serves.
+// Requests at the limits of what the first level serves, on both sides.
 GaussCase drawForLevel1(uint64_t seed, int32_t index) {
   Random random(seed, static_cast<uint64_t>(index));
-  GaussCase drawn;
-  do {
-    drawn = drawLarge(random);
-    if (random.chance(8)) drawn.source.region.width = 9 * drawn.params.xSample + random.between(0, 40);
-    if (random.chance(8)) drawn.params.ySigma = random.pick({40, 63});
-    drawn.params.scale =
-        random.pick({1.0f, 0.5f, 2.0f, std::nextafterf(1.0f, 2.0f), std::ldexp(1.0f, random.between(-20, 15))});
-  } while (!vec1Serves(drawn.source.region, drawn.params));
+  GaussCase drawn = drawLarge(random);
+  ksGaussParams& params = drawn.params;
+  const float exponent = std::ldexp(1.0f, random.between(-20, 15));
+  params.scale = random.pick({1.0f, 0.5f, 2.0f, std::nextafterf(1.0f, 2.0f), exponent});
+  if (random.chance(16)) params.scale = random.pick({0.75f, 3.0f, std::nextafterf(1.0f, 0.0f), 1.00001f, 0x1p-30f});
+  params.roundResult = random.chance(30);
+  if (random.chance(8)) drawn.source.region.width = 9 * params.xSample + random.between(-1, 40);
+  if (random.chance(8)) drawn.source.region.height = 9 * params.ySample + random.between(-1, 40);
+  if (random.chance(8)) params.ySigma = random.pick({15, 16, 40, 63, 64});
+  if (random.chance(16)) params.xSigma = random.pick({15, 16, 40, 63, 127});
   finishGaussCase(drawn, random);
   return drawn;
 }
@@ -51,10 +53,23 @@ GaussCase drawForLevel1(uint64_t seed, int32_t index) {
 GaussCase drawForLevel2(uint64_t seed, int32_t index) {
   Random random(seed, static_cast<uint64_t>(index));
   GaussCase drawn = drawLarge(random);
-  if (index % 2 == 0) drawn.params.xSigma = drawn.params.ySigma = random.between(1, 2);
-  drawn.params.scale = random.pick({1.0f, 1.0f, 0.5f, 0.75f, std::nextafterf(1.0f, 2.0f), std::nextafterf(1.0f, 0.0f),
-                                    1.0f - 0x1.8p-23f, 2.0f, 300.0f});
-  drawn.params.roundResult = random.between(0, 1);
+  ksGaussParams& params = drawn.params;
+  ksIRegion& region = drawn.source.region;
+  params.scale = random.pick({1.0f, 1.0f, 0.5f, 0.75f, std::nextafterf(1.0f, 2.0f), std::nextafterf(1.0f, 0.0f),
+                              1.0f - 0x1.8p-23f, 2.0f, 300.0f, 1e-30f, 3e7f, 1e30f});
+  params.roundResult = random.between(0, 1);
+  if (index % 2 == 0) {
+    params.xSigma = params.ySigma = random.between(1, 2);
+    // every left pad and number of columns in the last group, in lines of one piece and more
+    region.width = random.chance(12) ? random.between(1900, 2300) : random.between(28, 140);
+    if (random.chance(4)) region.height = random.between(1, 9);
+  } else {
+    if (random.chance(8)) params.ySigma = random.pick({63, 64, 128, 202, 203, 300});
+    if (random.chance(4)) region.width = random.pick({1, 31, 32, 63, 64, 96, 255, 256, 257, 289, 600});
+    if (random.chance(4)) region.height = random.pick({1, 7, 8, 9, 16, 17, 63, 65});
+    if (random.chance(25)) params.xSigma = random.pick({60, 100, 200}), region.height = random.between(1, 30);
+    if (random.chance(12)) params.xSigma = random.between(30, 63), params.ySigma = 0;  // integers along the row
+  }
   finishGaussCase(drawn, random);
   return drawn;
 }
@@ -77,7 +92,9 @@ const GaussLevel portable = {"portable", 0, 0,
                              [](uint64_t seed, int32_t index) { return drawGaussCase(seed, index, false); },
                              [](const GaussCase&, bool, bool) { return Engine::portable; }};
 const GaussLevel level1 = {"level1", 5, ksys_cpuMmxSse2 | ksys_cpuSse2Integer, drawForLevel1,
-                           [](const GaussCase&, bool, bool) { return Engine::vec1; }};
+                           [](const GaussCase& test, bool, bool) {
+                             return vec1Serves(test.source.region, test.params) ? Engine::vec1 : Engine::portable;
+                           }};
 const GaussLevel level2 = {"level2", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2,
                            drawForLevel2, level2Engine};
 

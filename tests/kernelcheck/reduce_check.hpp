@@ -14,9 +14,16 @@ struct ReduceCase {
   kiptest::Picture<Pixel> src;
   kiptest::Picture<uint8_t> mask;
   bool wantsMask;  // a result mask
+};
+
+// A case without its pictures, which the generator goes on to draw.
+struct ReduceShape {
+  kiptest::Random random;
+  ksIRegion size;
+  bool wantsMask;
 
   [[nodiscard]] std::string describe() const {
-    return std::to_string(src.width) + 'x' + std::to_string(src.height) + (wantsMask ? "_result_mask" : "");
+    return std::to_string(size.width) + 'x' + std::to_string(size.height) + (wantsMask ? "_result_mask" : "");
   }
 };
 
@@ -35,18 +42,24 @@ inline ksIRegion drawSize(int32_t index, kiptest::Random& random) {
   return {0, 0, random.between(141, 400), random.between(65, 200)};
 }
 
-// `mayDropMask`: a kernel with masks that also serves requests without a result mask.
-template <typename Pixel>
-ReduceCase<Pixel> drawReduceCase(uint64_t seed, int32_t index, bool masked, bool mayDropMask) {
+inline ReduceShape drawReduceShape(uint64_t seed, int32_t index, bool masked, bool mayDropMask = true) {
   kiptest::Random random(seed, static_cast<uint64_t>(index));
   const ksIRegion size = drawSize(index, random);
-  auto src = kiptest::drawPicture<Pixel>(size.width, size.height, random);
-  auto mask = kiptest::drawPicture<uint8_t>(masked ? size.width : 0, masked ? size.height : 0, random);
-  return {std::move(src), std::move(mask), masked && !(mayDropMask && random.chance(4))};
+  const bool wantsMask = masked && !(mayDropMask && random.chance(4));
+  return {random, size, wantsMask};
+}
+
+template <typename Pixel>
+ReduceCase<Pixel> drawReduceCase(ReduceShape shape, bool masked) {
+  const auto [width, height] = std::pair(shape.size.width, shape.size.height);
+  auto src = kiptest::drawPicture<Pixel>(width, height, shape.random);
+  auto mask = kiptest::drawPicture<uint8_t>(masked ? width : 0, masked ? height : 0, shape.random);
+  return {std::move(src), std::move(mask), shape.wantsMask};
 }
 
 // Runs the kernel twice, with different surroundings, fills and positions in memory, and compares with what it must
-// produce: quotients where `served` by a hook with masks, integers elsewhere.
+// produce: quotients where `served` by a hook with masks, integers elsewhere. The row's own hook must serve exactly
+// what it says and refuse the rest before it writes.
 template <typename Pixel>
 Verdict checkReduce(const ReduceCase<Pixel>& test, const kiptest::KernelRow<Pixel>& row, kip::Kernel<Pixel>* kernel,
                     const kiptest::Level& level, bool served) {
@@ -82,11 +95,23 @@ Verdict checkReduce(const ReduceCase<Pixel>& test, const kiptest::KernelRow<Pixe
                                          .srcMaskPitch = srcMask.stride(),
                                          .dstMask = test.wantsMask ? dstMask.pixels() : nullptr,
                                          .dstMaskPitch = dstMask.stride()};
-    ksys_status status = 0;
+    ksys_status status = 0, refusal = KSYS_STATUS(0x80000601);
+    bool untouched = true;
     const ProcessorOverride processor(level.vendor, level.features);
-    const Fault fault = runGuarded([&] { status = kernel(call); });
+    const AttentionProbe attention;
+    const Fault fault = runGuarded([&] {
+      if (!served && row.hook != nullptr) {
+        refusal = row.hook(call);
+        untouched = attention.count() == 0 && dst.intactOutside({}) && dstMask.intactOutside({});
+      }
+      status = kernel(call);
+    });
+    if (refusal != KSYS_STATUS(0x80000601) || !untouched) return {Fault::wrongEngine, "the hook did not refuse"};
     if (fault != Fault::none) return verdictOn(fault);
     if (status != 0) return {Fault::status, "status " + std::to_string(status)};
+    if (to.width > 0 && attention.count() != attentionChecks(row, from.height)) {
+      return {Fault::wrongEngine, "attention was polled " + std::to_string(attention.count()) + " times"};
+    }
     if (!dst.intactOutside(to)) return {Fault::wroteOutside, "wrote outside the destination"};
     if (!dstMask.intactOutside(toMask)) return {Fault::wroteOutside, "wrote outside the result mask"};
     if (!src.intactOutside(from) || src.crop(from) != test.src.pixels || !srcMask.intactOutside(fromMask) ||

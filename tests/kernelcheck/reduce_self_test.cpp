@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kernelcheck/reduce_check.hpp"
-#include "kernelcheck/self_test.hpp"
 
 namespace kernelcheck {
 
@@ -46,7 +45,8 @@ bool selfTestReduce(uint64_t seed) {
   bool allCaught = true;
   for (const auto& one : brokenKernels) {
     allCaught &= catches(one.name, one.expected, reduceCases, [&](int32_t index) {
-      return checkReduce(drawReduceCase<uint8_t>(seed, index, true, false), row, one.kernel, {"", 0, 0}, one.served);
+      return checkReduce(drawReduceCase<uint8_t>(drawReduceShape(seed, index, true, false), true), row, one.kernel,
+                         {"", 0, 0}, one.served);
     });
   }
   return allCaught;

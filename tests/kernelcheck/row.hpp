@@ -35,7 +35,11 @@ double timePerPixel(int64_t pixels, const std::function<int32_t()>& call);
 void addGaussRows(std::vector<Row>& rows);
 void addReduceRows(std::vector<Row>& rows);
 
+// Checks cases until one fails, and says how; whether it failed by that fault.
+bool catches(const char* name, Fault expected, int32_t cases, const std::function<Verdict(int32_t index)>& check);
+
 // Runs deliberately broken kernels; true when the checker caught every one by its fault.
 bool selfTest(uint64_t seed);
+bool selfTestReduce(uint64_t seed);
 
 }  // namespace kernelcheck

@@ -2,7 +2,6 @@
 #include <cstdio>
 
 #include "kernelcheck/gauss_check.hpp"
-#include "kernelcheck/self_test.hpp"
 
 namespace kernelcheck {
 

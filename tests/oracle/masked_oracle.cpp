@@ -168,7 +168,8 @@ MaskedResult smoothMaskedInIntegers(const MaskedRequest& r, const ksIRegion& des
   const double scale = r.params.scale;
   int exponent = 0;
   (void)std::frexp(scale, &exponent);
-  if (scale > 1.5 && std::fabs(scale - std::ldexp(1.0, exponent - 1)) <= 1e-6) return smoothMasked(r, destination);
+  const bool isPowerOfTwo = scale > 1.5 && std::fabs(scale - std::ldexp(1.0, exponent - 1)) <= 1e-6;
+  if (isPowerOfTwo && !r.isMaskless) return smoothMasked(r, destination);
 
   const double weights = std::pow((r.params.xSigma + 1.0) * (r.params.ySigma + 1.0), 3.0);
   const Factor factor = factorOf(r, weights);

@@ -19,6 +19,7 @@ struct MaskedRequest {
   int32_t largestSource = 255;
   bool byLowestBit = false;  // pixels count by the lowest bit of their mask byte
   bool seenThrough = false;  // and 8-bit ones are seen through that byte
+  bool isMaskless = false;   // in truth: the masks are all valid
 };
 
 struct MaskedResult {

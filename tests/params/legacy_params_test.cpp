@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <thread>
-#include <vector>
 
 #include "kip/params.h"
 #include "support/host_seams.hpp"
@@ -37,16 +35,6 @@ TEST(LegacyParams, NullParamsLookAtWhatChangesPixels) {
     EXPECT_EQ(kfGaussNullParams(&params), test.isNull) << &test - cases;
   }
   EXPECT_TRUE(kiptest::failsCheck([] { kfGaussNullParams(nullptr); }));
-}
-
-TEST(LegacyParams, TheDefaultRecordMayBeAskedForOnSeveralThreads) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
-      for (int n = 0; n < 1000; ++n) EXPECT_EQ(kfGaussNullParams(ksGaussParamsNull()), 1);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -39,45 +39,30 @@ inline constexpr Plan smooth5x5 = {true, true}, smooth5x1 = {true, false}, smoot
 template <typename Pixel>
 const std::vector<KernelRow<Pixel>>& kernelRows();
 
-template <>
-inline const std::vector<KernelRow<uint8_t>>& kernelRows() {
-  using namespace kip;
-  static const std::vector<KernelRow<uint8_t>> rows = {
-      {"XY8", gauss2_reduceXY8, gauss2_reduceXYVec8, bothAxes, false},
-      {"X8", reduceAlong<gauss2_reduceXOrY8, true>, nullptr, xAxis, false},
-      {"Y8", reduceAlong<gauss2_reduceXOrY8, false>, nullptr, yAxis, false},
-      {"5x5_8", gauss2_smooth5x5_8, gauss2_smooth5x5Vec8, smooth5x5, false},
-      {"5x1_8", gauss2_smooth5x1_8, gauss2_smooth5x1Vec8, smooth5x1, false},
-      {"1x5_8", gauss2_smooth1x5_8, gauss2_smooth1x5Vec8, smooth1x5, false},
-      {"masked_XY8", gauss2_reduceMaskedXY8, gauss2_reduceMaskedXYVec8, bothAxes, true},
-      {"masked_X8", reduceAlong<gauss2_reduceMaskedXOrY8, true>, nullptr, xAxis, true},
-      {"masked_Y8", reduceAlong<gauss2_reduceMaskedXOrY8, false>, nullptr, yAxis, true},
-      {"masked_5x5_8", gauss2_smoothMasked5x5_8, gauss2_smoothMasked5x5Vec8, smooth5x5, true},
-      {"masked_5x1_8", gauss2_smoothMasked5x1_8, gauss2_smoothMasked5x1Vec8, smooth5x1, true},
-      {"masked_1x5_8", gauss2_smoothMasked1x5_8, gauss2_smoothMasked1x5Vec8, smooth1x5, true},
-  };
-  return rows;
-}
-
-template <>
-inline const std::vector<KernelRow<uint16_t>>& kernelRows() {
-  using namespace kip;
-  static const std::vector<KernelRow<uint16_t>> rows = {
-      {"XY16", gauss2_reduceXY16, gauss2_reduceXYVec16, bothAxes, false},
-      {"X16", reduceAlong<gauss2_reduceXOrY16, true>, nullptr, xAxis, false},
-      {"Y16", reduceAlong<gauss2_reduceXOrY16, false>, nullptr, yAxis, false},
-      {"5x5_16", gauss2_smooth5x5_16, gauss2_smooth5x5Vec16, smooth5x5, false},
-      {"5x1_16", gauss2_smooth5x1_16, gauss2_smooth5x1Vec16, smooth5x1, false},
-      {"1x5_16", gauss2_smooth1x5_16, gauss2_smooth1x5Vec16, smooth1x5, false},
-      {"masked_XY16", gauss2_reduceMaskedXY16, gauss2_reduceMaskedXYVec16, bothAxes, true},
-      {"masked_X16", reduceAlong<gauss2_reduceMaskedXOrY16, true>, nullptr, xAxis, true},
-      {"masked_Y16", reduceAlong<gauss2_reduceMaskedXOrY16, false>, nullptr, yAxis, true},
-      {"masked_5x5_16", gauss2_smoothMasked5x5_16, gauss2_smoothMasked5x5Vec16, smooth5x5, true},
-      {"masked_5x1_16", gauss2_smoothMasked5x1_16, gauss2_smoothMasked5x1Vec16, smooth5x1, true},
-      {"masked_1x5_16", gauss2_smoothMasked1x5_16, gauss2_smoothMasked1x5Vec16, smooth1x5, true},
-  };
-  return rows;
-}
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the twins' names differ in their ending only
+#define KIP_KERNEL_ROWS(pixel, depth)                                                                              \
+  template <>                                                                                                      \
+  inline const std::vector<KernelRow<pixel>>& kernelRows() {                                                       \
+    using namespace kip;                                                                                           \
+    static const std::vector<KernelRow<pixel>> rows = {                                                            \
+        {"XY" #depth, gauss2_reduceXY##depth, gauss2_reduceXYVec##depth, bothAxes, false},                         \
+        {"X" #depth, reduceAlong<gauss2_reduceXOrY##depth, true>, nullptr, xAxis, false},                          \
+        {"Y" #depth, reduceAlong<gauss2_reduceXOrY##depth, false>, nullptr, yAxis, false},                         \
+        {"5x5_" #depth, gauss2_smooth5x5_##depth, gauss2_smooth5x5Vec##depth, smooth5x5, false},                   \
+        {"5x1_" #depth, gauss2_smooth5x1_##depth, gauss2_smooth5x1Vec##depth, smooth5x1, false},                   \
+        {"1x5_" #depth, gauss2_smooth1x5_##depth, gauss2_smooth1x5Vec##depth, smooth1x5, false},                   \
+        {"masked_XY" #depth, gauss2_reduceMaskedXY##depth, gauss2_reduceMaskedXYVec##depth, bothAxes, true},       \
+        {"masked_X" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, true>, nullptr, xAxis, true},              \
+        {"masked_Y" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, false>, nullptr, yAxis, true},             \
+        {"masked_5x5_" #depth, gauss2_smoothMasked5x5_##depth, gauss2_smoothMasked5x5Vec##depth, smooth5x5, true}, \
+        {"masked_5x1_" #depth, gauss2_smoothMasked5x1_##depth, gauss2_smoothMasked5x1Vec##depth, smooth5x1, true}, \
+        {"masked_1x5_" #depth, gauss2_smoothMasked1x5_##depth, gauss2_smoothMasked1x5Vec##depth, smooth1x5, true}, \
+    };                                                                                                             \
+    return rows;                                                                                                   \
+  }
+KIP_KERNEL_ROWS(uint8_t, 8)
+KIP_KERNEL_ROWS(uint16_t, 16)
+#undef KIP_KERNEL_ROWS
 
 // A processor as the hooks see it.
 struct Level {
@@ -87,17 +72,33 @@ struct Level {
   [[nodiscard]] bool has(int32_t feature) const { return (vendor == 1 || vendor == 5) && (features & feature) != 0; }
 };
 
+inline constexpr int32_t sse2Level = ksys_cpuMmxSse2 | ksys_cpuSse2Integer, sse41Level = sse2Level | ksys_cpuSse41;
+inline constexpr Level reduceLevels[] = {{"portable", 0, 0},
+                                         {"64", 5, ksys_cpuMmxSse2},
+                                         {"128_sse2", 5, sse2Level},
+                                         {"128", 1, sse41Level},
+                                         {"other_maker", 2, sse41Level},
+                                         {"256", 5, sse41Level | ksys_cpuAvx2},
+                                         {"256_alone", 1, ksys_cpuAvx2}};
+
 // Those that this machine can run.
 inline std::vector<Level> usableLevels() {
-  constexpr int32_t sse2 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer, sse41 = sse2 | ksys_cpuSse41;
-  std::vector<Level> levels = {{"none", 1, 0}, {"64 bits", 5, ksys_cpuMmxSse2}, {"sse2", 5, sse2}, {"sse41", 1, sse41}};
-  levels.push_back({"other maker", 2, sse41});
   ksys_cpuinfo info;
-  if (ksys_cpuinfo_init(&info) == 0 && (info.features & ksys_cpuAvx2) != 0) {
-    levels.push_back({"avx2", 5, sse41 | ksys_cpuAvx2});
-    levels.push_back({"avx2 alone", 1, ksys_cpuAvx2});
+  if (ksys_cpuinfo_init(&info) != 0) info.features = 0;
+  std::vector<Level> levels;
+  for (const Level& level : reduceLevels) {
+    if ((level.features & ~info.features) == 0) levels.push_back(level);
   }
   return levels;
+}
+
+// How often a kernel asks for attention.
+template <typename Pixel>
+int32_t attentionChecks(const KernelRow<Pixel>& row, int32_t height) {
+  const auto perRows = [](int32_t rows) { return rows <= 0 ? 0 : (rows + 63) / 64; };
+  if (row.alongXOnly()) return perRows(height);
+  if (row.plan.alongX && row.reduces()) return perRows(height - 1);
+  return height < 5 ? 0 : perRows(height - (row.plan.alongX ? 2 : 4));
 }
 
 // Whether the hook, the kernel's own or its pass's, serves the request; else it answers with the fallback status.

@@ -10,34 +10,6 @@ namespace kiptest {
 
 namespace {
 
-// One axis of a request: the weights, the first destination pixel's first tap and the source's extent.
-struct Axis {
-  std::vector<uint64_t> weights;
-  int64_t firstTap, start, size, sample;
-
-  Axis(int64_t sampleFactor, int64_t sigma, int64_t destinationStart, int64_t sourceStart, int64_t sourceSize)
-      : firstTap(destinationStart * sampleFactor + sampleFactor / 2 + (sampleFactor & (sigma + 1) & 1) - 1 -
-                 3 * sigma / 2),
-        start(sourceStart),
-        size(sourceSize),
-        sample(sampleFactor) {
-    for (int64_t a = 0; a <= 3 * sigma; ++a) {  // three boxes: the ways to write a as a sum of three
-      uint64_t ways = 0;
-      for (int64_t i = std::max<int64_t>(0, a - 2 * sigma); i <= std::min(a, sigma); ++i) {
-        const int64_t rest = a - i;
-        ways += static_cast<uint64_t>(std::min(rest, sigma) - std::max<int64_t>(0, rest - sigma) + 1);
-      }
-      weights.push_back(ways);
-    }
-  }
-  // The source element under a tap of a destination pixel, mirrored once; -1: none.
-  [[nodiscard]] int64_t element(int64_t pixel, size_t tap) const {
-    const int64_t at = firstTap + pixel * sample + static_cast<int64_t>(tap) - start;
-    const int64_t mirrored = at < 0 ? -at - 1 : at >= size ? 2 * size - 1 - at : at;
-    return mirrored < 0 || mirrored >= size ? -1 : mirrored;
-  }
-};
-
 struct FixedPoint {
   int sumBits, shift1, shift2, finalShift;
   uint64_t half, multiplier;
@@ -88,31 +60,13 @@ bool vec1Serves(const ksIRegion& source, const ksGaussParams& params) {
 template <typename Pixel>
 std::vector<Pixel> vec1Smooth(const oracle::Picture& source, const ksGaussParams& params,
                               const ksIRegion& destination) {
-  const ksIRegion& region = source.region;
-  const Axis x(params.xSample, params.xSigma, destination.x, region.x, region.width);
-  const Axis y(params.ySample, params.ySigma, destination.y, region.y, region.height);
   const FixedPoint fixedPoint = fixedPointOf(params);
   std::vector<Pixel> result;
-  std::vector<uint64_t> columns(static_cast<size_t>(region.width));
-  for (int32_t v = 0; v < destination.height; ++v) {
-    std::fill(columns.begin(), columns.end(), 0);
-    for (size_t tap = 0; tap < y.weights.size(); ++tap) {
-      const int64_t row = y.element(v, tap);
-      if (row < 0) continue;
-      const uint8_t* const pixels = source.pixels.data() + row * region.width;
-      for (size_t i = 0; i < columns.size(); ++i) columns[i] += y.weights[tap] * pixels[i];
-    }
-    for (int32_t u = 0; u < destination.width; ++u) {
-      uint64_t sum = 0;
-      for (size_t tap = 0; tap < x.weights.size(); ++tap) {
-        const int64_t column = x.element(u, tap);
-        if (column >= 0) sum += x.weights[tap] * columns[static_cast<size_t>(column)];
-      }
-      const uint64_t coarse = (((sum + fixedPoint.half) >> fixedPoint.shift1) & 0xFFFFFFFF) >> fixedPoint.shift2;
-      const uint64_t product = coarse * fixedPoint.multiplier;
-      const uint64_t value = fixedPoint.finalShift < 32 ? product >> fixedPoint.finalShift : 0;
-      result.push_back(stored<Pixel>(value, params.xSample > 1));
-    }
+  for (const int64_t sum : oracle::weightedSums(source, params, destination)) {
+    const uint64_t rounded = (static_cast<uint64_t>(sum) + fixedPoint.half) >> fixedPoint.shift1;
+    const uint64_t product = ((rounded & 0xFFFFFFFF) >> fixedPoint.shift2) * fixedPoint.multiplier;
+    result.push_back(
+        stored<Pixel>(fixedPoint.finalShift < 32 ? product >> fixedPoint.finalShift : 0, params.xSample > 1));
   }
   return result;
 }

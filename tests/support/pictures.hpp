@@ -20,10 +20,10 @@ inline std::ostream& operator<<(std::ostream& out, const ksIRegion& r) {
 
 namespace kiptest {
 
-enum class Pattern { black, white, checker, impulses, ramp, noise, count };
+enum class Pattern { black, white, checker, impulses, ramp, bands, noise, count };
 
 inline const char* nameOf(Pattern pattern) {
-  static constexpr const char* names[] = {"black", "white", "checker", "impulses", "ramp", "noise"};
+  static constexpr const char* names[] = {"black", "white", "checker", "impulses", "ramp", "bands", "noise"};
   return names[static_cast<int>(pattern)];
 }
 
@@ -45,6 +45,9 @@ inline std::vector<uint8_t> drawPattern(Pattern pattern, const ksIRegion& region
           break;
         case Pattern::ramp:
           value = 7 * x + 3 * y;
+          break;
+        case Pattern::bands:
+          value = 13 * y + 8;
           break;
         case Pattern::noise:
           value = random.between(0, 255);
