@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// Many threads on different functions at once, and masked requests inside jobs of the host; every result must be that
+// of a single thread. Usage: threads_test SECONDS
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "decode.hpp"
+#include "kip/host/kjob.h"
+
+namespace {
+
+using namespace kiptest;
+
+struct Work {
+  Request request;
+  Outcome expected;
+
+  [[nodiscard]] bool isDoneAgain() const { return run(request) == expected; }
+};
+
+struct Counts {
+  std::atomic<int64_t> calls = 0, nested = 0, failures = 0;
+
+  void count(const Work& work, bool isGood) {
+    ++calls;
+    if (isGood) return;
+    ++failures;
+    std::fprintf(stderr, "%s\n", describe(work.request).c_str());
+  }
+};
+
+// Small requests of every kind, and masked ones that are large enough for bands.
+std::vector<Work> drawWork() {
+  std::vector<Work> list;
+  for (uint64_t i = 0; i < 160; ++i) {
+    Request request = drawRequest(5, i, false);
+    if (i % 8 == 0) {
+      request.function = Function::masked;
+      request.form = Form::unbound;
+      request.margin = 0;
+      request.source = {0, 0, 300, 400};
+      request.hasSrcMask = true;
+    }
+    list.push_back({request, run(request)});
+  }
+  return list;
+}
+
+struct NestedJob {
+  const Work* work;
+  Counts* counts;
+};
+
+ksys_status runNested(const ksys_jobParams* params) {
+  const void* record = nullptr;
+  const ksys_status status = ksys_jobParams_getDataConst(params, &record);
+  if (status != 0) return status;
+  const auto* const job = static_cast<const NestedJob*>(record);
+  ++job->counts->nested;
+  job->counts->count(*job->work, job->work->isDoneAgain());
+  return 0;
+}
+
+// Jobs that dispatch bands of their own.
+ksys_status dispatchNested(const Work& work, Counts& counts) {
+  ksys_jobThreadGroup group;
+  ksys_jobParams params;
+  ksys_jobRequestSet requests;
+  ksys_jobResultSet results;
+  require(ksys_jobThreadGroup_construct(&group) == 0 && ksys_jobParams_construct(&params) == 0, "group");
+  require(ksys_jobRequestSet_construct(&requests) == 0 && ksys_jobResultSet_construct(&results) == 0, "sets");
+  void* record = new NestedJob{&work, &counts};
+  const auto release = [](void* variable) { delete *static_cast<NestedJob**>(variable); };
+  require(ksys_jobParams_takeData(&params, &record, release) == 0, "record");
+  for (int i = 0; i < 4; ++i) require(ksys_jobRequestSet_addFuncAndParams(&requests, runNested, &params) == 0, "job");
+  const ksys_status status = ksys_jobThreadGroup_dispatchAndWait(&group, &requests, &results);
+  ksys_jobResultSet_destruct(&results);
+  ksys_jobRequestSet_destruct(&requests);
+  ksys_jobParams_destruct(&params);
+  ksys_jobThreadGroup_destruct(&group);
+  return status;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::fprintf(stderr, "usage: threads_test SECONDS\n");
+    return 2;
+  }
+  ksys_jobThreads_setMaximum(1);
+  const std::vector<Work> list = drawWork();
+  ksys_jobThreads_setMaximum(4);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
+  Counts counts;
+  std::vector<std::thread> threads;
+  for (uint64_t i = 0; i < 8; ++i) {
+    threads.emplace_back([&, i] {
+      Random random(9, i);
+      while (std::chrono::steady_clock::now() < end && counts.failures == 0) {
+        const Work& work = list[random.next() % list.size()];
+        if (work.request.function == Function::masked && random.chance(4)) {
+          if (dispatchNested(work, counts) != 0) ++counts.failures;
+        } else {
+          counts.count(work, work.isDoneAgain());
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::printf("%lld calls, %lld of them nested in jobs, %lld failures\n", static_cast<long long>(counts.calls.load()),
+              static_cast<long long>(counts.nested.load()), static_cast<long long>(counts.failures.load()));
+  return counts.failures == 0 && counts.nested > 0 ? 0 : 1;
+}
