@@ -22,10 +22,10 @@ bool keepSpareBlock(void*) {
 
 namespace {
 
-// Four blocks serve a request with its planes and results; what is kept never exceeds 64 MiB.
+// Four blocks serve a request with its planes and results.
 constexpr size_t kMost = 4;
 constexpr uint64_t kSmallest = uint64_t{256} << 10;
-constexpr uint64_t kLargest = uint64_t{16} << 20;
+constexpr uint64_t kMostBytes = uint64_t{64} << 20;  // of all that is kept
 
 struct Spare {
   void* block;
@@ -38,7 +38,7 @@ std::array<Spare, kMost> spares{};  // guarded by mutex; the newest one first, n
 }  // namespace
 
 void* takeSpareBlock(uint64_t bytes) {
-  if (bytes < kSmallest || bytes > kLargest) return nullptr;
+  if (bytes < kSmallest || bytes > kMostBytes) return nullptr;
   const std::lock_guard lock(mutex);
   const auto found = std::find_if(spares.begin(), spares.end(), [bytes](const Spare& spare) {
     return spare.block != nullptr && bytes <= spare.bytes && spare.bytes <= 2 * bytes;
@@ -52,11 +52,18 @@ void* takeSpareBlock(uint64_t bytes) {
 
 bool keepSpareBlock(void* block) {
   const uint64_t bytes = block != nullptr ? malloc_usable_size(block) : 0;
-  if (bytes < kSmallest || bytes > kLargest) return false;
+  if (bytes < kSmallest || bytes > kMostBytes) return false;
   const std::lock_guard lock(mutex);
   free(spares.back().block);
   std::move_backward(spares.begin(), spares.end() - 1, spares.end());
   spares.front() = {block, bytes};
+  uint64_t bytesKept = 0;
+  for (Spare& spare : spares) {
+    bytesKept += spare.bytes;
+    if (bytesKept <= kMostBytes) continue;
+    free(spare.block);
+    spare = {};
+  }
   return true;
 }
 

@@ -8,7 +8,8 @@ namespace kip {
 
 // A masked request with its planes, or the band of one that a job serves: what an engine works on. Windows refer to
 // the band's rows; one that is absent refers to no pixels. The planes cover the columns of `src` and every row that the
-// taps of the band touch: pixels outside the mask are 0, mask bytes are 0 or 1, rows past the source are mirrored.
+// taps of the band touch; rows past the source are mirrored or 0. Engines read both through the mask: of a mask byte
+// its bit 0, of an 8-bit pixel the bits that it shares with its mask byte, a 16-bit pixel where bit 0 is set.
 struct gauss_bandParams {
   kimg_windowConst src;  // as given; its corner is the first sample
   kimg_windowConst imagePlane;
@@ -20,7 +21,6 @@ struct gauss_bandParams {
   kimg_window dstMask;
   kstd_rect32 mirror, padding;  // of the whole request: in y they do not tell anything about a band
   kstd_rect32 band;             // the destination rectangle
-  bool hasEvenBytes;            // the source mask has bytes that are not 0 where the mask plane is 0
 
   // What restricts the outputs: the sample mask, in its absence the source mask unless that is waived.
   [[nodiscard]] const kimg_windowConst& effectiveSampleMask() const {

@@ -16,7 +16,7 @@ namespace kip {
   return threshold == 0 ? 1 : threshold;
 }
 
-// Counts the pixels of a mask plane, whose bytes are 0 or 1, under the kernel.
+// Counts the pixels of a mask plane, by bit 0 of its bytes, under the kernel.
 class gauss_coverageRows {
  public:
   gauss_coverageRows(const kimg_windowConst& plane, const LineGeometry& geometry, const kip_gaussParams& params)
@@ -32,10 +32,10 @@ class gauss_coverageRows {
   void enter(int64_t y) {
     int32_t* __restrict const columns = columns_.columns();
     const uint8_t* const entering = rowOf<uint8_t>(plane_, y);
-    for (int64_t x = 0; x < geometry_.width; ++x) columns[x] += entering[x];
+    for (int64_t x = 0; x < geometry_.width; ++x) columns[x] += entering[x] & 1;
     if (y < yTaps_) return;
     const uint8_t* const leaving = rowOf<uint8_t>(plane_, y - yTaps_);
-    for (int64_t x = 0; x < geometry_.width; ++x) columns[x] -= leaving[x];
+    for (int64_t x = 0; x < geometry_.width; ++x) columns[x] -= leaving[x] & 1;
   }
 
   // The counts for the rows at hand, one for each position of the kernel along x.

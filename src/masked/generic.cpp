@@ -88,12 +88,27 @@ class Output {
   Buffer<uint8_t> scratchMask_;
 };
 
+// Rows of the planes as the mask lets them through.
+template <typename Pixel>
+void takeImageRow(const gauss_bandParams& band, int64_t row, Pixel* __restrict to) {
+  const Pixel* const image = rowOf<Pixel>(band.imagePlane, row);
+  const uint8_t* const mask = rowOf<uint8_t>(band.maskPlane, row);
+  for (int64_t x = 0; x < band.maskPlane.width; ++x) {
+    const int bits = sizeof(Pixel) == 1 ? mask[x] : -(mask[x] & 1);
+    to[x] = static_cast<Pixel>(image[x] & bits);
+  }
+}
+void takeMaskRow(const gauss_bandParams& band, int64_t row, uint8_t* __restrict to) {
+  const uint8_t* const mask = rowOf<uint8_t>(band.maskPlane, row);
+  for (int64_t x = 0; x < band.maskPlane.width; ++x) to[x] = mask[x] & 1;
+}
+
 template <typename Src, typename Dst>
 ksys_status smoothMasked(const gauss_bandParams& band) {
   const kip_gaussParams& params = band.params;
   const LineGeometry geometry(band.maskPlane.width, band.mirror, band.padding, params.xSigma);
-  WeightedSums<Src> image(band.imagePlane, geometry, params);
-  WeightedSums<uint8_t> mask(band.maskPlane, geometry, params);
+  WeightedSums<Src> image(geometry, params);
+  WeightedSums<uint8_t> mask(geometry, params);
   gauss_coverageRows coverage(band.maskPlane, geometry, params);
   const bool useCoverage = params.filterMask.useCoverage != 0;
   Output<Src, Dst> output(band);
@@ -106,8 +121,8 @@ ksys_status smoothMasked(const gauss_bandParams& band) {
     forEachOutputRow(
         band.band.height, params,
         [&](int64_t row) {
-          image.enter(row);
-          mask.enter(row);
+          image.enter(row, [&](Src* to) { takeImageRow(band, row, to); });
+          mask.enter(row, [&](uint8_t* to) { takeMaskRow(band, row, to); });
           if (useCoverage) coverage.enter(row);
         },
         [&](int64_t row) {

@@ -72,7 +72,7 @@ ksys_status smoothAllValid(const PreparedRequest& request, const kip_gaussParams
     if (failed(status = kip_pelSetWindow8(&valid, 255))) return status;
     if (failed(status = constructPlane<uint8_t>(cleanup, maskPlane, request, ones))) return status;
     if (failed(status = kip_pelSetWindow8(&ones, 1))) return status;
-    gauss_bandParams band = wholeRequest(request, params, imagePlane, ones, false);
+    gauss_bandParams band = wholeRequest(request, params, imagePlane, ones);
     band.srcMask = asConst(valid);
     band.params.filterMask.useCoverage = 0;
     return gauss_smoothMaskedGeneric16(band);
@@ -97,7 +97,7 @@ ksys_status gauss_smoothWindow_noSrcMask16_16(const PreparedRequest& request, co
     if (failed(status)) return status;
     extendRows<uint16_t>(image, request.padding);
     const auto vectorised = [&] {
-      const ksys_status smoothed = gauss_smoothAllVec16(wholeRequest(request, params, image, {}, false));
+      const ksys_status smoothed = gauss_smoothAllVec16(wholeRequest(request, params, image, {}));
       return failed(smoothed) ? smoothed : applySampleMask<uint16_t, uint16_t>(request.windows, params);
     };
     return runOptimized(L"gauss_smoothWindow_noSrcMask16_16", vectorised,

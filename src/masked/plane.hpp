@@ -26,10 +26,9 @@ template <typename Pixel>
   return sizeof(Pixel) == 1 ? kip_pelCopyWindow8(&from, &plane) : kip_pelCopyWindow16(&from, &plane);
 }
 
-// The request on its planes, as one band. `hasEvenBytes`: as the set-mask step says.
+// The request on its planes, as one band.
 [[nodiscard]] inline gauss_bandParams wholeRequest(const PreparedRequest& request, const kip_gaussParams& params,
-                                                   const kimg_window& imagePlane, const kimg_window& maskPlane,
-                                                   bool hasEvenBytes) {
+                                                   const kimg_window& imagePlane, const kimg_window& maskPlane) {
   const MaskedWindows& windows = request.windows;
   return {.src = windows.src,
           .imagePlane = asConst(imagePlane),
@@ -41,8 +40,7 @@ template <typename Pixel>
           .dstMask = windows.dstMask,
           .mirror = request.mirror,
           .padding = request.padding,
-          .band = request.destination,
-          .hasEvenBytes = hasEvenBytes};
+          .band = request.destination};
 }
 
 }  // namespace kip

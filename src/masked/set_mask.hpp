@@ -6,13 +6,12 @@
 
 namespace kip {
 
-// Makes the planes ready for an engine: pixels outside the mask become 0 and mask bytes 0 or 1, then the padded rows of
-// both are filled. The portable form goes by the byte, the vectorised one by its bit 0; 8-bit pixels keep the bits that
-// they share with the byte. hasEvenBytes: bytes other than 0 became 0.
+// Makes the planes ready for an engine, which reads them through the mask: the padded rows of both are filled. The
+// vectorised form leaves the mask's bytes as they are, so that their bit 0 counts and 8-bit pixels keep the bits that
+// they share with the byte; in the portable form every byte but 0 becomes 255.
 [[nodiscard]] ksys_status gauss_setMaskResetMaskedWindow8(const kimg_window8& imagePlane, const kimg_window8& maskPlane,
-                                                          const kstd_rect32& padding, bool& hasEvenBytes);
+                                                          const kstd_rect32& padding);
 [[nodiscard]] ksys_status gauss_setMaskResetMaskedWindow16(const kimg_window16& imagePlane,
-                                                           const kimg_window8& maskPlane, const kstd_rect32& padding,
-                                                           bool& hasEvenBytes);
+                                                           const kimg_window8& maskPlane, const kstd_rect32& padding);
 
 }  // namespace kip

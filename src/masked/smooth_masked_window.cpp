@@ -115,15 +115,14 @@ ksys_status smoothMaskedWindow(const kimg_windowConst* src, const kimg_windowCon
     if (failed(status)) return status;
     status = makePlane<uint8_t>(cleanup, maskPlane, clipped.srcMask, request, mask);
     if (failed(status)) return status;
-    bool hasEvenBytes = false;
-    if (failed(status = Pair::setMask(image, mask, request.padding, hasEvenBytes))) return status;
+    if (failed(status = Pair::setMask(image, mask, request.padding))) return status;
 
     int32_t bands = 0;
     if (failed(status = constructGroup(cleanup, jobs, bands))) return status;
     if (bands > 1) {
       bands = gauss_computeBandCount(*params, request.source, request.padding, request.destination, bands);
     }
-    const gauss_bandParams whole = wholeRequest(request, *params, image, mask, hasEvenBytes);
+    const gauss_bandParams whole = wholeRequest(request, *params, image, mask);
     if (bands < 2) return runEngine<Src, Dst>(whole);
     return runBands(cleanup, jobs, whole, request.source, bands, smoothMaskedBand<Src, Dst>);
   });

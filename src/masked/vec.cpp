@@ -51,6 +51,17 @@ template <typename Src>
   return {image, mask, readable * int64_t{sizeof(Src)}, readable};
 }
 
+template <typename Src, typename Dst>
+[[nodiscard]] const MaskedPairKernel<Src, Dst>& pairKernel(const MaskedRowsKernel& kernel) {
+  if constexpr (sizeof(Src) == 2) {
+    return kernel.pair16_16;
+  } else if constexpr (sizeof(Dst) == 2) {
+    return kernel.pair8_16;
+  } else {
+    return kernel.pair8_8;
+  }
+}
+
 // As a function of its own, so that the compiler knows that the rows are apart.
 template <typename Src, typename Dst>
 [[gnu::noinline]] void copyInvalid(Dst* __restrict dst, const uint8_t* __restrict valid, const Src* __restrict samples,
@@ -68,52 +79,52 @@ template <typename Src, typename Dst>
 template <typename Src, typename Dst>
 class Results {
  public:
-  Results(const gauss_bandParams& band, const LineGeometry& geometry, const MaskedPairKernel<Src, Dst>& kernel)
+  Results(const gauss_bandParams& band, const LineGeometry& geometry, const MaskedRowsKernel& kernel)
       : band_(band),
         kernel_(kernel),
+        firstSourceRow_(int64_t{band.src.y} - band.imagePlane.y),
         coverage_(band.maskPlane, geometry, band.params),
         threshold_(coverageThreshold(band.params)),
         fixedScale_(fixedPoint(band.params.scale)),
         useCoverage_(band.params.filterMask.useCoverage != 0),
-        // where the plane has no pixel under the kernel there is nothing to be valid
-        needsCounts_(useCoverage_ || band.hasEvenBytes),
-        byMaskAlone_(!needsCounts_ && band.sampleMask.bound == 0 && band.params.scale == 1.0 &&
-                     band.params.xSample == 1) {}
+        needsCounts_(useCoverage_),
+        isPlain_(band.sampleMask.bound == 0 && band.params.scale == 1.0 && band.params.xSample == 1) {}
 
   [[nodiscard]] ksys_status allocate(Cleanup& cleanup, void* validRow) {
     valid_ = static_cast<uint8_t*>(validRow);
-    return needsCounts_ ? coverage_.allocate(cleanup) : 0;
+    return coverage_.allocate(cleanup);
+  }
+
+  // A row of the planes enters. Under even bytes alone there is no pixel, and nothing to be valid.
+  void enter(int64_t row) {
+    needsCounts_ = needsCounts_ || kernel_.hasEvenBytes(rowOf<uint8_t>(band_.maskPlane, row), band_.maskPlane.width);
   }
 
   void finish(int64_t row) {
     const int64_t width = band_.band.width;
     const int64_t sample = band_.params.xSample;
     uint8_t* const valid = band_.dstMask.bound != 0 ? rowOf<uint8_t>(band_.dstMask, row) : valid_;
-    if (byMaskAlone_) {
-      kernel_.keepValid(sampleRow<uint8_t>(band_.srcMask, row), sampleRow<Src>(band_.src, row),
-                        rowOf<Dst>(band_.dst, row), valid, width);
-      return;
-    }
+    // of the planes, whose rows are still in the caches
+    const int64_t planeRow = firstSourceRow_ + row * band_.params.ySample;
+    const uint8_t* const mask = rowOf<uint8_t>(band_.maskPlane, planeRow);
+    const Src* const samples = rowOf<Src>(band_.imagePlane, planeRow);
+    Dst* const dst = rowOf<Dst>(band_.dst, row);
+    if (isPlain_ && !needsCounts_) return pairKernel<Src, Dst>(kernel_).keepValid(mask, samples, dst, valid, width);
     const int64_t* const counts = needsCounts_ ? countsOf(row) : nullptr;
     if (useCoverage_) {
       validByCoverage(valid, counts, threshold_, width, sample);
     } else {
-      validBySamples(valid, sampleRow<uint8_t>(band_.srcMask, row), width, sample);
+      validBySamples(valid, mask, width, sample);
       if (needsCounts_) limitToCovered(valid, counts, width, sample);
     }
     const kimg_windowConst& restriction = band_.effectiveSampleMask();
     if (restriction.bound != 0) {
-      limitToSamples(valid, sampleRow<uint8_t>(restriction, row), width, sample);
+      limitToSamples(valid, rowOf<uint8_t>(restriction, row * band_.params.ySample), width, sample);
     }
-    replaceInvalid(rowOf<Dst>(band_.dst, row), valid, sampleRow<Src>(band_.src, row));
+    replaceInvalid(dst, valid, samples);
   }
 
  private:
-  template <typename Pixel>
-  [[nodiscard]] const Pixel* sampleRow(const kimg_windowConst& window, int64_t row) const {
-    return rowOf<Pixel>(window, row * band_.params.ySample);
-  }
-
   [[nodiscard]] const int64_t* countsOf(int64_t row) {
     const int64_t end = row * band_.params.ySample + 3 * int64_t{band_.params.ySigma} + 1;
     for (; entered_ < end; ++entered_) coverage_.enter(entered_);
@@ -139,17 +150,18 @@ class Results {
   }
 
   const gauss_bandParams& band_;
-  const MaskedPairKernel<Src, Dst>& kernel_;
+  const MaskedRowsKernel& kernel_;
+  int64_t firstSourceRow_;  // of the planes
   gauss_coverageRows coverage_;
   int64_t threshold_;
   uint64_t fixedScale_;
-  bool useCoverage_, needsCounts_;
-  bool byMaskAlone_;     // the common case
-  int64_t entered_ = 0;  // rows of the plane
+  bool useCoverage_, needsCounts_, isPlain_;
+  int64_t entered_ = 0;  // rows of the plane that are counted
   uint8_t* valid_ = nullptr;
 };
 
-// Lets the planes' rows through the kernel, group by group, and calls finish(row) for the output rows of each.
+// Lets the planes' rows through the kernel, group by group; calls enter(row) for each before and finish(row) for each
+// output row of a group.
 template <typename Src, typename Dst>
 class Cascade {
  public:
@@ -165,13 +177,14 @@ class Cascade {
         zeroRow_(static_cast<const uint8_t*>(zeroRow)),
         yBox_(int64_t{band.params.ySigma} + 1) {}
 
-  template <typename Finish>
-  void run(Finish&& finish) {
+  template <typename Enter, typename Finish>
+  void run(Enter&& enter, Finish&& finish) {
     int64_t entered = 0;
     int64_t finished = 0;
     for (int64_t output = 0; output < band_.band.height; ++output) {
       const int64_t last = output * band_.params.ySample + 3 * int64_t{band_.params.ySigma};
       for (; entered <= last; ++entered) {
+        enter(entered);
         add(entered, entered == last);
         if (count_ == maxSteps) flush();
       }
@@ -257,17 +270,6 @@ template <typename Src, typename Dst>
   return 0;
 }
 
-template <typename Src, typename Dst>
-[[nodiscard]] const MaskedPairKernel<Src, Dst>& pairKernel(const MaskedRowsKernel& kernel) {
-  if constexpr (sizeof(Src) == 2) {
-    return kernel.pair16_16;
-  } else if constexpr (sizeof(Dst) == 2) {
-    return kernel.pair8_16;
-  } else {
-    return kernel.pair8_8;
-  }
-}
-
 // Calls run(cleanup, wrapper, kernel, cascade) with everything set up.
 template <typename Src, typename Dst, typename Run>
 ksys_status withCascade(const gauss_bandParams& band, bool all, Run&& run) {
@@ -282,7 +284,7 @@ ksys_status withCascade(const gauss_bandParams& band, bool all, Run&& run) {
     const Planes planes = takePlanes<Src>(band, all, rows.readable, wrapper.planes);
     const MaskedPairKernel<Src, Dst>& pair = pairKernel<Src, Dst>(*kernel);
     Cascade<Src, Dst> cascade(band, rows, kernel->rows, pair, planes, wrapper.zeroRow);
-    return run(cleanup, wrapper, pair, cascade);
+    return run(cleanup, wrapper, *kernel, cascade);
   });
 }
 
@@ -290,10 +292,12 @@ template <typename Src, typename Dst>
 ksys_status smoothMasked(const gauss_bandParams& band) {
   const LineGeometry geometry(band.maskPlane.width, band.mirror, band.padding, band.params.xSigma);
   return withCascade<Src, Dst>(
-      band, false, [&](Cleanup& cleanup, const gauss_paramsWrapper& wrapper, const auto& kernel, auto& cascade) {
+      band, false,
+      [&](Cleanup& cleanup, const gauss_paramsWrapper& wrapper, const MaskedRowsKernel& kernel, auto& cascade) {
         Results<Src, Dst> results(band, geometry, kernel);
         const ksys_status status = results.allocate(cleanup, wrapper.valid);
-        if (!failed(status)) cascade.run([&](int64_t row) { results.finish(row); });
+        if (failed(status)) return status;
+        cascade.run([&](int64_t row) { results.enter(row); }, [&](int64_t row) { results.finish(row); });
         return status;
       });
 }
@@ -318,10 +322,17 @@ ksys_status gauss_smoothAllVec16(const gauss_bandParams& band) {
     return statusFallback;
   }
   return withCascade<uint16_t, uint16_t>(
-      band, true, [](Cleanup&, const gauss_paramsWrapper&, const auto&, auto& cascade) -> ksys_status {
-        cascade.run([](int64_t) {});
+      band, true, [](Cleanup&, const gauss_paramsWrapper&, const MaskedRowsKernel&, auto& cascade) -> ksys_status {
+        cascade.run([](int64_t) {}, [](int64_t) {});
         return 0;
       });
+}
+
+ksys_status gauss_setMaskVec() {
+  ksys_cpuinfo info;
+  const ksys_status status = ksys_cpuinfo_init(&info);
+  if (failed(status)) return status;
+  return hasFeatures(info, ksys_cpuSse2Integer) ? status : statusFallback;
 }
 
 }  // namespace kip

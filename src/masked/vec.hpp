@@ -16,4 +16,7 @@ namespace kip {
 // band's masks are not looked at.
 [[nodiscard]] ksys_status gauss_smoothAllVec16(const gauss_bandParams& band);
 
+// The vectorised form of the set-mask step, which has nothing to do; statusFallback without 128-bit integer vectors.
+[[nodiscard]] ksys_status gauss_setMaskVec();
+
 }  // namespace kip

@@ -16,5 +16,8 @@ ksys_status gauss_smoothMaskedVec16(const gauss_bandParams&) {
 ksys_status gauss_smoothAllVec16(const gauss_bandParams&) {
   return statusFallback;
 }
+ksys_status gauss_setMaskVec() {
+  return statusFallback;
+}
 
 }  // namespace kip

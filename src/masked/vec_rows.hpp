@@ -9,7 +9,8 @@ namespace kip {
 // Groups of output rows go through the same along the row, one row a lane, and the sums of image and mask under an
 // output become its value, as if it were valid.
 
-// One step down the columns: the rows that enter and those one, two and three box heights above them.
+// One step down the columns: the rows that enter and those one, two and three box heights above them. Pixels are read
+// through the mask, of whose bytes bit 0 counts.
 struct MaskedStep {
   const uint8_t* image[4];  // of 8-bit or 16-bit pixels
   const uint8_t* mask[4];
@@ -85,6 +86,8 @@ struct MaskedPairKernel {
 struct MaskedRowsKernel {
   int64_t rows;   // output rows of a group, at most
   int64_t block;  // columns that enter at once
+  // Whether a row of a mask has bytes that are not 0 though their bit 0 is.
+  bool (*hasEvenBytes)(const uint8_t* mask, int64_t width);
   MaskedPairKernel<uint8_t, uint8_t> pair8_8;
   MaskedPairKernel<uint8_t, uint16_t> pair8_16;
   MaskedPairKernel<uint16_t, uint16_t> pair16_16;

@@ -14,15 +14,30 @@ namespace {
 
 // ---- down the columns
 
+// A row of 8-bit pixels and of the mask, as the mask lets them through.
+KIP_INLINE Vec imageRow(const MaskedStep& step, int64_t i, int64_t column) {
+  return bitAnd(load(step.image[i] + column), load(step.mask[i] + column));
+}
+KIP_INLINE Vec maskRow(const MaskedStep& step, int64_t i, int64_t column) {
+  return bitAnd(load(step.mask[i] + column), KIP_MM(set1_epi8)(1));
+}
+
 struct ImageBytes : ByteSums {
   using ByteSums::ByteSums;
-  KIP_INLINE void add(const MaskedStep& step, int64_t column) { ByteSums::add(step.image, column); }
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) {
+    ByteSums::add(differenceOf([&](int64_t i) { return imageRow(step, i, column); }));
+    prefetch(step.image[0] + column);
+  }
   KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
 };
 
-struct MaskBytes : ImageBytes {
-  using ImageBytes::ImageBytes;
-  KIP_INLINE void add(const MaskedStep& step, int64_t column) { ByteSums::add(step.mask, column); }
+struct MaskBytes : ByteSums {
+  using ByteSums::ByteSums;
+  KIP_INLINE void add(const MaskedStep& step, int64_t column) {
+    ByteSums::add(differenceOf([&](int64_t i) { return maskRow(step, i, column); }));
+    prefetch(step.mask[0] + column);
+  }
+  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
 };
 
 // Of both planes: image + mask * 2^20.
@@ -34,8 +49,8 @@ class JoinedBytes {
     mask_.save(state + 2 * lanes);
   }
   KIP_INLINE void add(const MaskedStep& step, int64_t column) {
-    image_.add(step.image, column);
-    mask_.add(step.mask, column);
+    image_.add(step, column);
+    mask_.add(step, column);
   }
   KIP_INLINE void spread(Vec (&sums)[4]) const {
     widen16(image_.words().low, upper(image_.words().low, mask_.words().low), sums);
@@ -47,10 +62,12 @@ class JoinedBytes {
     return KIP_MM(add_epi16)(KIP_MM(slli_epi16)(mask, maskedJoin - 16), KIP_MM(srai_epi16)(image, 15));
   }
 
-  ByteSums image_, mask_;
+  ImageBytes image_;
+  MaskBytes mask_;
 };
 
-// Of a plane of 16-bit pixels.
+// Of a plane of 16-bit pixels. `All`: every one counts.
+template <bool All>
 class ImageWords : public WideColumnSums {
  public:
   using WideColumnSums::WideColumnSums;
@@ -60,7 +77,9 @@ class ImageWords : public WideColumnSums {
       Vec tap[4][2];
       for (int64_t i = 0; i < 4; ++i) {
         const uint8_t* const pixels = step.image[i] + 2 * column + 16 * half;
-        widen16(loadHalves(pixels, pixels + 32), zeros(), tap[i]);
+        Vec words = loadHalves(pixels, pixels + 32);
+        if constexpr (!All) words = bitAnd(words, keep(step, i, column, half));
+        widen16(words, zeros(), tap[i]);
       }
       for (int64_t i = 0; i < 2; ++i) {
         const Vec inner = KIP_MM(sub_epi32)(tap[2][i], tap[1][i]);
@@ -72,6 +91,13 @@ class ImageWords : public WideColumnSums {
   }
   KIP_INLINE void spread(Vec (&sums)[4]) const {
     for (int64_t i = 0; i < 4; ++i) sums[i] = (*this)[i];
+  }
+
+ private:
+  // All bits of the pixels that count.
+  KIP_INLINE static Vec keep(const MaskedStep& step, int64_t i, int64_t column, int64_t half) {
+    const Vec bytes = KIP_MM(cmpeq_epi8)(maskRow(step, i, column), KIP_MM(set1_epi8)(1));
+    return half == 0 ? KIP_MM(unpacklo_epi8)(bytes, bytes) : KIP_MM(unpackhi_epi8)(bytes, bytes);
   }
 };
 
@@ -368,7 +394,12 @@ KIP_INLINE void addPiece(const MaskedRows& rows, const MaskedStep* steps, int64_
   const auto whole = [](int32_t* to, Vec column) { store(to, column); };
   const int64_t readable = rows.readable;
   if constexpr (sizeof(Src) == 2) {
-    addColumns<ImageWords>(steps, count, readable, first, columns, rows.imageColumns, finished, start, whole);
+    int32_t* const state = rows.imageColumns;
+    if (rows.sums == MaskedSums::imageOnly) {
+      addColumns<ImageWords<true>>(steps, count, readable, first, columns, state, finished, start, whole);
+    } else {
+      addColumns<ImageWords<false>>(steps, count, readable, first, columns, state, finished, start, whole);
+    }
   } else if (rows.sums == MaskedSums::joined) {
     return addColumns<JoinedBytes>(steps, count, readable, first, columns, rows.imageColumns, finished, start, whole);
   } else if (rows.isJoinedDown) {
@@ -474,7 +505,17 @@ void keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst
 template <typename Src, typename Dst>
 constexpr MaskedPairKernel<Src, Dst> pairKernel = {smoothRows<Src, Dst>, keepValid<Src, Dst>};
 
-constexpr MaskedRowsKernel kernel = {lanes, block, pairKernel<uint8_t, uint8_t>, pairKernel<uint8_t, uint16_t>,
+bool hasEvenBytes(const uint8_t* mask, int64_t width) {
+  uint8_t found = 0;
+  for (int64_t x = 0; x < width; ++x) found |= (mask[x] & 1) != 0 ? uint8_t{0} : mask[x];
+  return found != 0;
+}
+
+constexpr MaskedRowsKernel kernel = {lanes,
+                                     block,
+                                     hasEvenBytes,
+                                     pairKernel<uint8_t, uint8_t>,
+                                     pairKernel<uint8_t, uint16_t>,
                                      pairKernel<uint16_t, uint16_t>};
 
 }  // namespace

@@ -18,16 +18,16 @@ namespace kip {
 template <typename Pixel>
 class WeightedSums {
  public:
-  WeightedSums(const kimg_windowConst& plane, const LineGeometry& geometry, const kip_gaussParams& params)
-      : plane_(plane),
-        geometry_(geometry),
+  WeightedSums(const LineGeometry& geometry, const kip_gaussParams& params)
+      : geometry_(geometry),
         xBox_(int64_t{params.xSigma} + 1),
         yBox_(int64_t{params.ySigma} + 1),
+        rowCount_(3 * yBox_ + 1),
         third_(geometry) {}
 
   [[nodiscard]] ksys_status allocate(Cleanup& cleanup) {
     check(yBox_ <= largestBox && yBox_ * yBox_ * yBox_ <= UINT32_MAX / std::numeric_limits<Pixel>::max());
-    ksys_status status = zeroRow_.allocateClear(cleanup, geometry_.width);
+    ksys_status status = rows_.allocateClear(cleanup, rowCount_ * geometry_.width);
     if (failed(status)) return status;
     if (failed(status = first_.allocateClear(cleanup, geometry_.width))) return status;
     if (failed(status = second_.allocateClear(cleanup, geometry_.width))) return status;
@@ -36,10 +36,12 @@ class WeightedSums {
     return sums_.allocate(cleanup, geometry_.positions());
   }
 
-  // Row y of the plane enters; rows do so in order, from 0 on.
-  void enter(int64_t y) {
-    addColumns(rowOf<Pixel>(plane_, y), earlierRow(y - yBox_), earlierRow(y - 2 * yBox_), earlierRow(y - 3 * yBox_),
-               first_.data(), second_.data(), third_.columns(), geometry_.width);
+  // Row y of the plane enters, which take(row) writes; rows do so in order, from 0 on.
+  template <typename Take>
+  void enter(int64_t y, Take&& take) {
+    take(row(y));
+    addColumns(row(y), row(y - yBox_), row(y - 2 * yBox_), row(y - 3 * yBox_), first_.data(), second_.data(),
+               third_.columns(), geometry_.width);
   }
 
   // The sums over the taps that the last rows complete, one for each position of the taps along x.
@@ -86,13 +88,12 @@ class WeightedSums {
     }
   }
 
-  // Rows in front of the plane count as 0.
-  [[nodiscard]] const Pixel* earlierRow(int64_t y) const { return y < 0 ? zeroRow_.data() : rowOf<Pixel>(plane_, y); }
+  // One of the last rows; those in front of the plane are 0.
+  [[nodiscard]] Pixel* row(int64_t y) const { return rows_.data() + (y + rowCount_) % rowCount_ * geometry_.width; }
 
-  const kimg_windowConst& plane_;
   const LineGeometry& geometry_;
-  int64_t xBox_, yBox_;
-  Buffer<Pixel> zeroRow_;
+  int64_t xBox_, yBox_, rowCount_;
+  Buffer<Pixel> rows_;
   Buffer<uint32_t> first_, second_;
   Line<uint32_t> third_;
   Buffer<Difference> differences_;

@@ -26,11 +26,7 @@ struct Words {
 KIP_INLINE Vec bytePairs(int first, int second) {
   return _mm256_set1_epi16(static_cast<int16_t>((second & 0xFF) << 8 | (first & 0xFF)));
 }
-KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
-  const Vec a = load(row[0] + column);
-  const Vec b = load(row[1] + column);
-  const Vec c = load(row[2] + column);
-  const Vec d = load(row[3] + column);
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
   const auto third = [](Vec ab, Vec cd) {
     return _mm256_add_epi16(_mm256_maddubs_epi16(ab, bytePairs(1, -3)), _mm256_maddubs_epi16(cd, bytePairs(3, -1)));
   };
@@ -38,11 +34,7 @@ KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
           third(_mm256_unpackhi_epi8(a, b), _mm256_unpackhi_epi8(c, d))};
 }
 #else
-KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
-  const Vec a = load(row[0] + column);
-  const Vec b = load(row[1] + column);
-  const Vec c = load(row[2] + column);
-  const Vec d = load(row[3] + column);
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
   const auto third = [](Vec a16, Vec b16, Vec c16, Vec d16) {
     const Vec inner = _mm_sub_epi16(c16, b16);
     return _mm_add_epi16(_mm_sub_epi16(a16, d16), _mm_add_epi16(inner, _mm_add_epi16(inner, inner)));
@@ -54,6 +46,14 @@ KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
                 _mm_unpackhi_epi8(d, zero))};
 }
 #endif
+// Of a block of each row as row(i) loads it.
+template <typename Row>
+KIP_INLINE Words differenceOf(Row&& row) {
+  return difference(row(0), row(1), row(2), row(3));
+}
+KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
+  return differenceOf([&](int64_t i) { return load(row[i] + column); });
+}
 
 // 16 bits to 32, of which the upper ones are given: four columns to a half, as in everything that follows.
 KIP_INLINE void widen16(Vec words, Vec upper, Vec* sums) {
@@ -65,6 +65,11 @@ KIP_INLINE void widenSigned16(Words words, Vec (&sums)[4]) {
   widen16(words.high, KIP_MM(srai_epi16)(words.high, 15), sums + 2);
 }
 
+// What comes next of a row; where that is past the row nothing is read.
+KIP_INLINE void prefetch(const uint8_t* at) {
+  _mm_prefetch(at + 256, _MM_HINT_T0);
+}
+
 // The first running sums of a block of bytes, in 16 bits.
 class ByteSums {
  public:
@@ -74,8 +79,10 @@ class ByteSums {
     store(state + lanes, sums_.high);
   }
   KIP_INLINE void add(const uint8_t* const (&row)[4], int64_t column) {
-    const Words words = difference(row, column);
-    _mm_prefetch(row[0] + column + 256, _MM_HINT_T0);  // where that is past the row nothing is read
+    add(difference(row, column));
+    prefetch(row[0] + column);
+  }
+  KIP_INLINE void add(const Words& words) {
     sums_.low = KIP_MM(add_epi16)(sums_.low, words.low);
     sums_.high = KIP_MM(add_epi16)(sums_.high, words.high);
   }
