@@ -95,11 +95,6 @@ class Results {
     return coverage_.allocate(cleanup);
   }
 
-  // A row of the planes enters. Under even bytes alone there is no pixel, and nothing to be valid.
-  void enter(int64_t row) {
-    needsCounts_ = needsCounts_ || kernel_.hasEvenBytes(rowOf<uint8_t>(band_.maskPlane, row), band_.maskPlane.width);
-  }
-
   void finish(int64_t row) {
     const int64_t width = band_.band.width;
     const int64_t sample = band_.params.xSample;
@@ -109,7 +104,12 @@ class Results {
     const uint8_t* const mask = rowOf<uint8_t>(band_.maskPlane, planeRow);
     const Src* const samples = rowOf<Src>(band_.imagePlane, planeRow);
     Dst* const dst = rowOf<Dst>(band_.dst, row);
-    if (isPlain_ && !needsCounts_) return pairKernel<Src, Dst>(kernel_).keepValid(mask, samples, dst, valid, width);
+    // under even bytes alone there is no pixel, and nothing to be valid
+    if (isPlain_ && !needsCounts_) {
+      needsCounts_ = pairKernel<Src, Dst>(kernel_).keepValid(mask, samples, dst, valid, width);
+      if (!needsCounts_) return;
+    }
+    needsCounts_ = needsCounts_ || kernel_.hasEvenBytes(mask, band_.maskPlane.width);
     const int64_t* const counts = needsCounts_ ? countsOf(row) : nullptr;
     if (useCoverage_) {
       validByCoverage(valid, counts, threshold_, width, sample);
@@ -160,8 +160,7 @@ class Results {
   uint8_t* valid_ = nullptr;
 };
 
-// Lets the planes' rows through the kernel, group by group; calls enter(row) for each before and finish(row) for each
-// output row of a group.
+// Lets the planes' rows through the kernel, group by group, and calls finish(row) for the output rows of each.
 template <typename Src, typename Dst>
 class Cascade {
  public:
@@ -177,14 +176,13 @@ class Cascade {
         zeroRow_(static_cast<const uint8_t*>(zeroRow)),
         yBox_(int64_t{band.params.ySigma} + 1) {}
 
-  template <typename Enter, typename Finish>
-  void run(Enter&& enter, Finish&& finish) {
+  template <typename Finish>
+  void run(Finish&& finish) {
     int64_t entered = 0;
     int64_t finished = 0;
     for (int64_t output = 0; output < band_.band.height; ++output) {
       const int64_t last = output * band_.params.ySample + 3 * int64_t{band_.params.ySigma};
       for (; entered <= last; ++entered) {
-        enter(entered);
         add(entered, entered == last);
         if (count_ == maxSteps) flush();
       }
@@ -297,7 +295,7 @@ ksys_status smoothMasked(const gauss_bandParams& band) {
         Results<Src, Dst> results(band, geometry, kernel);
         const ksys_status status = results.allocate(cleanup, wrapper.valid);
         if (failed(status)) return status;
-        cascade.run([&](int64_t row) { results.enter(row); }, [&](int64_t row) { results.finish(row); });
+        cascade.run([&](int64_t row) { results.finish(row); });
         return status;
       });
 }
@@ -323,7 +321,7 @@ ksys_status gauss_smoothAllVec16(const gauss_bandParams& band) {
   }
   return withCascade<uint16_t, uint16_t>(
       band, true, [](Cleanup&, const gauss_paramsWrapper&, const MaskedRowsKernel&, auto& cascade) -> ksys_status {
-        cascade.run([](int64_t) {}, [](int64_t) {});
+        cascade.run([](int64_t) {});
         return 0;
       });
 }

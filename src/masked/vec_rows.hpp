@@ -79,15 +79,15 @@ struct MaskedPairKernel {
   // Takes the steps of a group and writes its output rows' values with their low bits.
   void (*smooth)(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out);
   // For a row whose mask alone decides: invalid outputs become the source's pixels. Writes `valid`, 255 or 0 each.
-  void (*keepValid)(const uint8_t* mask, const Src* source, Dst* out, uint8_t* valid, int64_t width);
+  // Returns hasEvenBytes of the mask.
+  bool (*keepValid)(const uint8_t* mask, const Src* source, Dst* out, uint8_t* valid, int64_t width);
 };
 
 // The kernel for one vector size.
 struct MaskedRowsKernel {
-  int64_t rows;   // output rows of a group, at most
-  int64_t block;  // columns that enter at once
-  // Whether a row of a mask has bytes that are not 0 though their bit 0 is.
-  bool (*hasEvenBytes)(const uint8_t* mask, int64_t width);
+  int64_t rows;                                              // output rows of a group, at most
+  int64_t block;                                             // columns that enter at once
+  bool (*hasEvenBytes)(const uint8_t* mask, int64_t width);  // bytes that are not 0 though their bit 0 is
   MaskedPairKernel<uint8_t, uint8_t> pair8_8;
   MaskedPairKernel<uint8_t, uint16_t> pair8_16;
   MaskedPairKernel<uint16_t, uint16_t> pair16_16;

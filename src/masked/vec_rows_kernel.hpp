@@ -491,25 +491,31 @@ void smoothRows(const MaskedRows& rows, const MaskedStep* steps, int64_t count, 
   smoothGroupFor<Src, Dst>(rows)(rows, steps, count, out);
 }
 
+KIP_INLINE uint8_t ifEven(uint8_t byte) {
+  return (byte & 1) != 0 ? uint8_t{0} : byte;
+}
+bool hasEvenBytes(const uint8_t* mask, int64_t width) {
+  uint8_t even = 0;
+  for (int64_t x = 0; x < width; ++x) even |= ifEven(mask[x]);
+  return even != 0;
+}
+
 template <typename Src, typename Dst>
-void keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst* __restrict out,
+bool keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst* __restrict out,
                uint8_t* __restrict valid, int64_t width) {
+  uint8_t even = 0;
   for (int64_t x = 0; x < width; ++x) {
     const Dst value = out[x];
     const Dst pixel = source[x];
     out[x] = mask[x] != 0 ? value : pixel;
     valid[x] = mask[x] != 0 ? 255 : 0;
+    even |= ifEven(mask[x]);
   }
+  return even != 0;
 }
 
 template <typename Src, typename Dst>
 constexpr MaskedPairKernel<Src, Dst> pairKernel = {smoothRows<Src, Dst>, keepValid<Src, Dst>};
-
-bool hasEvenBytes(const uint8_t* mask, int64_t width) {
-  uint8_t found = 0;
-  for (int64_t x = 0; x < width; ++x) found |= (mask[x] & 1) != 0 ? uint8_t{0} : mask[x];
-  return found != 0;
-}
 
 constexpr MaskedRowsKernel kernel = {lanes,
                                      block,
