@@ -15,6 +15,7 @@
 #include "masked/validity.hpp"
 #include "masked/vec_plan.hpp"
 #include "masked/vec_rows.hpp"
+#include "masked/vec_sigma1.hpp"
 
 namespace kip {
 
@@ -231,6 +232,46 @@ class Cascade {
   int64_t written_ = 0;
 };
 
+// The same by the kernel for sigma 1.
+class Sigma1 {
+ public:
+  [[nodiscard]] static bool serves(const gauss_bandParams& band, const MaskedRows& rows) {
+    const kip_gaussParams& p = band.params;
+    return p.xSigma == 1 && p.ySigma == 1 && p.xSample == 1 && p.ySample == 1 && p.scale == 1.0 &&
+           std::min(rows.width, rows.outputs) >= maskedSigma1Columns && rows.leftMirror == rows.leftPad &&
+           rows.rightMirror == rows.rightPad;
+  }
+
+  Sigma1(const gauss_bandParams& band, const MaskedRows& rows)
+      : band_(band),
+        group_{.image = {},
+               .mask = {},
+               .out = {},
+               .count = 0,
+               .width = rows.width,
+               .leftPad = rows.leftPad,
+               .outputs = rows.outputs,
+               .isRounded = rows.isRounded} {}
+
+  template <typename Finish>
+  void run(Finish&& finish) {
+    for (int64_t first = 0; first < band_.band.height; first += group_.count) {
+      group_.count = std::min(maskedSigma1Rows, band_.band.height - first);
+      for (int64_t i = 0; i < group_.count + MaskedSigma1Group::taps - 1; ++i) {
+        group_.image[i] = rowOf<uint8_t>(band_.imagePlane, first + i);
+        group_.mask[i] = rowOf<uint8_t>(band_.maskPlane, first + i);
+      }
+      for (int64_t i = 0; i < group_.count; ++i) group_.out[i] = rowOf<uint8_t>(band_.dst, first + i);
+      maskedSigma1(group_);
+      for (int64_t i = 0; i < group_.count; ++i) finish(first + i);
+    }
+  }
+
+ private:
+  const gauss_bandParams& band_;
+  MaskedSigma1Group group_;
+};
+
 // The set-up step: picks the kernel, plans the rows and allocates their memory, or refuses.
 template <typename Src, typename Dst>
 [[nodiscard]] ksys_status setUp(const gauss_bandParams& band, bool all, gauss_paramsWrapper& wrapper, MaskedRows& rows,
@@ -281,6 +322,12 @@ ksys_status withCascade(const gauss_bandParams& band, bool all, Run&& run) {
     if (failed(status)) return status;
     const Planes planes = takePlanes<Src>(band, all, rows.readable, wrapper.planes);
     const MaskedPairKernel<Src, Dst>& pair = pairKernel<Src, Dst>(*kernel);
+    if constexpr (sizeof(Src) == 1 && sizeof(Dst) == 1) {
+      if (kernel == &maskedRowsAvx2 && Sigma1::serves(band, rows)) {
+        Sigma1 sigma1(band, rows);
+        return run(cleanup, wrapper, *kernel, sigma1);
+      }
+    }
     Cascade<Src, Dst> cascade(band, rows, kernel->rows, pair, planes, wrapper.zeroRow);
     return run(cleanup, wrapper, *kernel, cascade);
   });

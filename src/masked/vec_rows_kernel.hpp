@@ -491,8 +491,9 @@ void smoothRows(const MaskedRows& rows, const MaskedStep* steps, int64_t count, 
   smoothGroupFor<Src, Dst>(rows)(rows, steps, count, out);
 }
 
+// The byte, or 0 when it is odd.
 KIP_INLINE uint8_t ifEven(uint8_t byte) {
-  return (byte & 1) != 0 ? uint8_t{0} : byte;
+  return static_cast<uint8_t>(byte & ((byte & 1) - 1));
 }
 bool hasEvenBytes(const uint8_t* mask, int64_t width) {
   uint8_t even = 0;

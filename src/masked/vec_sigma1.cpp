@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "masked/vec_sigma1.hpp"
+
+#include "simd/sigma1_sums.hpp"
+
+namespace kip {
+
+namespace {
+
+constexpr int64_t prefetchDistance = 256;  // columns
+
+// Eight quotients of dividends below 2^14 and divisors up to 64, which floats tell from the next integer.
+KIP_INLINE Vec divideWords(Vec dividends, Vec divisors) {
+  return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(dividends), _mm256_cvtepi32_ps(divisors)));
+}
+
+// Sixteen values from the sums of image and mask.
+template <bool IsRounded>
+KIP_INLINE Vec valuesOf(Vec image, Vec mask) {
+  if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(mask, _mm256_set1_epi16(64))) == -1) return divide<IsRounded>(image);
+  const Vec zero = _mm256_setzero_si256();
+  const Vec dividends = IsRounded ? _mm256_add_epi16(image, _mm256_srli_epi16(mask, 1)) : image;
+  const Vec quotients =
+      _mm256_packus_epi32(divideWords(_mm256_unpacklo_epi16(dividends, zero), _mm256_unpacklo_epi16(mask, zero)),
+                          divideWords(_mm256_unpackhi_epi16(dividends, zero), _mm256_unpackhi_epi16(mask, zero)));
+  // even bytes of the mask let bits of pixels through that they do not count
+  return _mm256_and_si256(quotients, _mm256_set1_epi16(0xFF));
+}
+
+template <bool IsRounded, typename LoadColumns>
+KIP_INLINE void smoothColumns(const MaskedSigma1Group& group, const LoadColumns& loadColumns, int64_t ahead,
+                              int64_t at) {
+  Down image[2];
+  Down mask[2];
+  for (int64_t row = 0; row < group.count + MaskedSigma1Group::taps - 1; ++row) {
+    _mm_prefetch(group.image[row] + ahead, _MM_HINT_T0);
+    _mm_prefetch(group.mask[row] + ahead, _MM_HINT_T0);
+    Vec pixels[4];
+    Vec bits[4];
+    for (int i = 0; i < 4; ++i) {
+      const Vec bytes = loadColumns(group.mask[row], i);
+      pixels[i] = _mm256_and_si256(loadColumns(group.image[row], i), bytes);
+      bits[i] = _mm256_and_si256(bytes, _mm256_set1_epi8(1));
+    }
+    const RowSums images = sumRow<false>(pixels[0], pixels[1], pixels[2], pixels[3]);
+    const RowSums masks = sumRow<false>(bits[0], bits[1], bits[2], bits[3]);
+    const Vec imageLow = image[0].add(images.low);
+    const Vec imageHigh = image[1].add(images.high);
+    const Vec maskLow = mask[0].add(masks.low);
+    const Vec maskHigh = mask[1].add(masks.high);
+    const int64_t output = row - (MaskedSigma1Group::taps - 1);
+    if (output < 0) continue;
+    const Vec low = valuesOf<IsRounded>(imageLow, maskLow);
+    const Vec high = valuesOf<IsRounded>(imageHigh, maskHigh);
+    store(group.out[output] + at, _mm256_packus_epi16(low, high));
+  }
+}
+
+template <bool IsRounded>
+void smoothRows(const MaskedSigma1Group& group) {
+  for (int64_t i = 0; i < group.outputs; i += maskedSigma1Columns) {
+    const int64_t at = smaller(i, group.outputs - maskedSigma1Columns);
+    const int64_t column = at - group.leftPad;
+    const int64_t ahead = smaller(column < 0 ? 0 : column + prefetchDistance, group.width - 1);
+    if (column >= 0 && column + maskedSigma1Columns + MaskedSigma1Group::taps - 1 <= group.width) {
+      smoothColumns<IsRounded>(group, Inside<false>{column}, ahead, at);
+    } else {
+      smoothColumns<IsRounded>(group, AtEdge<false>(column, group.width), ahead, at);
+    }
+  }
+}
+
+}  // namespace
+
+void maskedSigma1(const MaskedSigma1Group& group) {
+  group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
+}
+
+}  // namespace kip
