@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 
 #include "api/geometry_rows.hpp"
 #include "frame/memory.hpp"
@@ -86,7 +87,10 @@ class Results {
         firstSourceRow_(int64_t{band.src.y} - band.imagePlane.y),
         coverage_(band.maskPlane, geometry, band.params),
         threshold_(coverageThreshold(band.params)),
-        fixedScale_(fixedPoint(band.params.scale)),
+        sampleScale_{.factor = fixedPoint(band.params.scale),
+                     .half = band.params.roundResult != 0 ? uint64_t{32768} : 0,
+                     .limit = isPowerOfTwo(band.params.scale) ? std::numeric_limits<Dst>::max()
+                                                              : std::numeric_limits<uint64_t>::max()},
         useCoverage_(band.params.filterMask.useCoverage != 0),
         needsCounts_(useCoverage_),
         isPlain_(band.sampleMask.bound == 0 && band.params.scale == 1.0 && band.params.xSample == 1) {}
@@ -137,16 +141,13 @@ class Results {
     const int64_t width = band_.band.width;
     if (params.scale == 1.0) {
       copyInvalid(dst, valid, samples, width, params.xSample);
-    } else if (isPowerOfTwo(params.scale)) {
+    } else if (isPowerOfTwo(params.scale) && !isExactPowerOfTwo(params.scale)) {
       const double half = roundingTerm(params);
       for (int64_t c = 0; c < width; ++c) {
         if (valid[c] == 0) dst[c] = saturate<Dst>(samples[c * params.xSample] * params.scale + half);
       }
     } else {
-      const uint64_t half = params.roundResult != 0 ? 32768 : 0;
-      for (int64_t c = 0; c < width; ++c) {
-        if (valid[c] == 0) dst[c] = static_cast<Dst>((fixedScale_ * samples[c * params.xSample] + half) >> 16);
-      }
+      pairKernel<Src, Dst>(kernel_).scaleInvalid(valid, samples, params.xSample, sampleScale_, dst, width);
     }
   }
 
@@ -155,7 +156,7 @@ class Results {
   int64_t firstSourceRow_;  // of the planes
   gauss_coverageRows coverage_;
   int64_t threshold_;
-  uint64_t fixedScale_;
+  SampleScale sampleScale_;
   bool useCoverage_, needsCounts_, isPlain_;
   int64_t entered_ = 0;  // rows of the plane that are counted
   uint8_t* valid_ = nullptr;

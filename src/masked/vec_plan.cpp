@@ -18,8 +18,13 @@ namespace {
   return exponent;
 }
 
-[[nodiscard]] MaskedDivision divisionOf(double scale, double largestSum, double largestPixel) {
-  if (isPowerOfTwo(scale)) return MaskedDivision::inDoubles;
+[[nodiscard]] MaskedDivision divisionOf(double scale, double weights, double largestPixel) {
+  const double largestSum = weights * largestPixel;
+  if (isPowerOfTwo(scale)) {
+    const bool isExact = isExactPowerOfTwo(scale);
+    return isExact && scale * largestSum < 0x1p48 && weights < 0x1p31 ? MaskedDivision::gain
+                                                                      : MaskedDivision::inDoubles;
+  }
   if (scale == 1.0) return MaskedDivision::plain;
   const bool fits = scale < 65536.0 && scale * largestPixel < 0x1p30 && (scale + 1.0) * largestSum < 0x1p52;
   return fits ? MaskedDivision::scaled : MaskedDivision::scaledExact;
@@ -38,6 +43,10 @@ FixedPointFactor::FixedPointFactor(double factor, double largest, int32_t multip
 
 bool isPowerOfTwo(double scale) {
   return scale > 1.5 && kmath_double_epsilonEqual(scale, std::ldexp(1.0, exponentOf(scale) - 1), 1e-6) != 0;
+}
+
+bool isExactPowerOfTwo(double scale) {
+  return scale == std::ldexp(1.0, exponentOf(scale) - 1);
 }
 
 template <typename Src, typename Dst>
@@ -64,13 +73,14 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
 
   constexpr int32_t firstWideSigma = 16;
   const bool isNarrow = sizeof(Src) == 1 && params.xSigma < firstWideSigma && params.ySigma < firstWideSigma;
-  rows.division = divisionOf(params.scale, largestSum, static_cast<double>(largestPixel));
+  rows.division = divisionOf(params.scale, static_cast<double>(weights), static_cast<double>(largestPixel));
   const bool isPlain = rows.division == MaskedDivision::plain && sizeof(Src) == sizeof(Dst);
+  const bool isGain = rows.division == MaskedDivision::gain;
   const bool fits32 = largestSum + static_cast<double>(weights) < 0x1p32 && (isNarrow || sizeof(Src) == 2);
   if (all) {
     rows.sums = MaskedSums::imageOnly;
-  } else if (isPlain && fits32) {
-    const bool isJoined = sizeof(Src) == 1 && weights <= maskedJoinedWeights;
+  } else if ((isPlain || isGain) && fits32) {
+    const bool isJoined = isPlain && sizeof(Src) == 1 && weights <= maskedJoinedWeights;
     rows.sums = isJoined ? MaskedSums::joined : MaskedSums::narrow;
   } else {
     rows.sums = weights <= int64_t{UINT32_MAX} ? MaskedSums::wide : MaskedSums::widest;
@@ -85,6 +95,7 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   rows.isRounded = params.roundResult != 0;
   rows.weights = static_cast<uint64_t>(weights);
   rows.scale = params.scale;
+  rows.gainBits = exponentOf(params.scale) - 1;
   rows.fixedScale = fixedPoint(params.scale);
   const double factor = (params.scale == 1.0 ? 1.0 : params.scale) / static_cast<double>(weights);
   const FixedPointFactor fixed(factor, largestSum, isNarrow ? 15 : 20, isNarrow ? 17 : 44);

@@ -16,8 +16,9 @@ struct FixedPointFactor {
   FixedPointFactor(double factor, double largest, int32_t multiplierBits, int32_t valueBits);
 };
 
-// The scale of a request: a power of two above 1.5 is served in floating point, others as a multiple of 1 / 65536.
+// The scale of a request: a power of two above 1.5, or what is nearly one, as it is, others as a multiple of 1 / 65536.
 [[nodiscard]] bool isPowerOfTwo(double scale);
+[[nodiscard]] bool isExactPowerOfTwo(double scale);
 [[nodiscard]] inline bool fitsFixedPoint(double scale) {
   return scale * 65536.0 < 0x1p63;
 }

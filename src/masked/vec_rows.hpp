@@ -33,6 +33,7 @@ enum class MaskedReach { second, difference, nothing };
 // How an output with invalid pixels under its kernel is divided; the others are multiplied by a fixed-point factor.
 enum class MaskedDivision {
   plain,       // the scale is 1
+  gain,        // also where all pixels are valid: the scale is a power of two, products are below 2^48; limited
   scaled,      // the scale as a fixed-point number; sums and quotients are below 2^52 and 2^31
   inDoubles,   // also where all pixels are valid, and limited to the largest pixel
   scaledExact  // as scaled, for what has more bits
@@ -61,6 +62,7 @@ struct MaskedRows {
   uint64_t weights;     // the sum of the kernel's
   uint64_t fixedScale;  // the scale times 65536
   double scale;         // of divisions in doubles
+  int32_t gainBits;     // the binary logarithm of a gain
   int32_t pre, post;    // with all pixels valid: (sum >> pre) * multiplier >> post
   uint32_t multiplier;
 
@@ -73,6 +75,11 @@ struct MaskedRows {
   int64_t piece;          // columns that are at hand together, from pieceWidth
 };
 
+// What an invalid output becomes: (factor * sample + half) >> 16, limited, of which the low bits are written.
+struct SampleScale {
+  uint64_t factor, half, limit;
+};
+
 // The kernel for a pair of pixel types.
 template <typename Src, typename Dst>
 struct MaskedPairKernel {
@@ -81,6 +88,9 @@ struct MaskedPairKernel {
   // For a row whose mask alone decides: invalid outputs become the source's pixels. Writes `valid`, 255 or 0 each.
   // Returns hasEvenBytes of the mask.
   bool (*keepValid)(const uint8_t* mask, const Src* source, Dst* out, uint8_t* valid, int64_t width);
+  // Outputs whose `valid` is 0 become their samples, `step` apart.
+  void (*scaleInvalid)(const uint8_t* valid, const Src* samples, int64_t step, const SampleScale& scale, Dst* out,
+                       int64_t width);
 };
 
 // The kernel for one vector size.

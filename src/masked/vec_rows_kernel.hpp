@@ -221,10 +221,15 @@ struct Divide32 {
 
 struct Divide48 {
   KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask) {
+    return divide(image, half, mask, [](VecFloat quotient) { return quotient; });
+  }
+  // limit(quotient): of the quotient in floats.
+  template <typename Limit>
+  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask, Limit&& limit) {
     const Vec lowBits = narrow(image);
     const Vec low = KIP_MM(add_epi32)(bitAnd(lowBits, KIP_MM(set1_epi32)((1 << 24) - 1)), half);
     const Vec high = narrow({KIP_MM(srli_epi64)(image.low, 24), KIP_MM(srli_epi64)(image.high, 24)});
-    return exactQuotient(KIP_MM(div_ps)(joinFloats(high, 0x1p24f, low), KIP_MM(cvtepi32_ps)(mask)),
+    return exactQuotient(limit(KIP_MM(div_ps)(joinFloats(high, 0x1p24f, low), KIP_MM(cvtepi32_ps)(mask))),
                          KIP_MM(add_epi32)(lowBits, half), mask);
   }
 };
@@ -253,6 +258,29 @@ class PlainValues {
   Shift toHalf_;
   Product product_;
   int differs_;  // 0 when a product is the same as the quotient: by a power of two that `full_` still holds
+};
+
+// Values at a scale of a power of two above 1 from sums of masks below 2^31: quotients whether all pixels are valid or
+// not, and nothing above the largest pixel.
+class GainValues {
+ public:
+  KIP_INLINE GainValues(const MaskedRows& rows, uint64_t, double largest)
+      : gain_(shift64By(rows.gainBits)),
+        toHalf_(shift32By(rows.isRounded ? 1 : 32)),
+        largest_(KIP_MM(set1_epi32)(static_cast<int32_t>(largest))) {}
+
+  [[nodiscard]] KIP_INLINE Vec operator()(Vec image, Vec mask) const { return (*this)(widenUnsigned(image), mask); }
+  [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Vec mask) const {
+    const Wide product = {shiftLeft64(image.low, gain_), shiftLeft64(image.high, gain_)};
+    // whatever lies above the limit stays above the largest pixel
+    const auto limit = [](VecFloat quotient) { return KIP_MM(min_ps)(quotient, KIP_MM(set1_ps)(70000.0f)); };
+    const Vec quotient = Divide48::divide(product, shiftRight32(mask, toHalf_), mask, limit);
+    return select(KIP_MM(cmpgt_epi32)(quotient, largest_), largest_, quotient);
+  }
+
+ private:
+  Shift gain_, toHalf_;
+  Vec largest_;
 };
 
 class ImageValues {
@@ -369,6 +397,9 @@ using NarrowRow =
     SplitRow<Sums32, Sums32, PlainValues<std::conditional_t<sizeof(Src) == 1, Product32, Product64>, Division>>;
 template <MaskedReach Reach>
 using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues<Product64, Divide48>>;
+using NarrowGainRow = SplitRow<Sums32, Sums32, GainValues>;
+template <MaskedReach Reach>
+using GainRow = SplitRow<Sums64<Reach>, Sums32, GainValues>;
 template <MaskedReach Reach>
 using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
 template <MaskedReach Reach>
@@ -465,6 +496,10 @@ SmoothGroup<Src, Dst> byReach(MaskedReach reach) {
 
 template <typename Src, typename Dst>
 SmoothGroup<Src, Dst> smoothGroupFor(const MaskedRows& rows) {
+  if (rows.division == MaskedDivision::gain && rows.sums != MaskedSums::imageOnly) {
+    if (rows.sums == MaskedSums::narrow) return smoothGroup<NarrowGainRow, Src, Dst>;
+    return byReach<GainRow, Src, Dst>(rows.reach);
+  }
   if constexpr (sizeof(Src) == sizeof(Dst)) {
     if (rows.sums == MaskedSums::narrow) {
       constexpr uint64_t white = std::numeric_limits<Src>::max();
@@ -515,8 +550,33 @@ bool keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst
   return even != 0;
 }
 
+template <typename Word, typename Src, typename Dst, typename Step>
+KIP_INLINE void scaleInvalidIn(const uint8_t* __restrict valid, const Src* __restrict samples, Step step,
+                               const SampleScale& scale, Dst* __restrict out, int64_t width) {
+  const auto factor = static_cast<Word>(scale.factor);
+  const auto half = static_cast<Word>(scale.half);
+  const auto limit = static_cast<Word>(scale.limit);
+  for (int64_t x = 0; x < width; ++x) {
+    const Word scaled = (factor * samples[x * step] + half) >> 16;
+    const Dst sample = static_cast<Dst>(scaled < limit ? scaled : limit);
+    const Dst kept = out[x];
+    out[x] = valid[x] != 0 ? kept : sample;
+  }
+}
+
 template <typename Src, typename Dst>
-constexpr MaskedPairKernel<Src, Dst> pairKernel = {smoothRows<Src, Dst>, keepValid<Src, Dst>};
+void scaleInvalid(const uint8_t* valid, const Src* samples, int64_t step, const SampleScale& scale, Dst* out,
+                  int64_t width) {
+  constexpr uint64_t white = std::numeric_limits<Src>::max();
+  constexpr uint64_t most = std::numeric_limits<uint32_t>::max();
+  if (step != 1) return scaleInvalidIn<uint64_t>(valid, samples, step, scale, out, width);
+  constexpr std::integral_constant<int64_t, 1> one;
+  scale.factor <= (most - scale.half) / white ? scaleInvalidIn<uint32_t>(valid, samples, one, scale, out, width)
+                                              : scaleInvalidIn<uint64_t>(valid, samples, one, scale, out, width);
+}
+
+template <typename Src, typename Dst>
+constexpr MaskedPairKernel<Src, Dst> pairKernel = {smoothRows<Src, Dst>, keepValid<Src, Dst>, scaleInvalid<Src, Dst>};
 
 constexpr MaskedRowsKernel kernel = {lanes,
                                      block,

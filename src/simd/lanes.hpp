@@ -112,6 +112,9 @@ KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
 KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
   return _mm256_srlv_epi64(value, count);
 }
+KIP_INLINE Vec shiftLeft64(Vec value, Shift count) {
+  return _mm256_sllv_epi64(value, count);
+}
 #else
 using Shift = __m128i;
 KIP_INLINE Shift shift32By(int32_t count) {
@@ -125,6 +128,9 @@ KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
 }
 KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
   return _mm_srl_epi64(value, count);
+}
+KIP_INLINE Vec shiftLeft64(Vec value, Shift count) {
+  return _mm_sll_epi64(value, count);
 }
 #endif
 

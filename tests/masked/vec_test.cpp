@@ -63,7 +63,8 @@ class MaskedVec : public testing::Test {
     Random random(22, static_cast<uint64_t>(index));
     oracle::MaskedRequest& request = drawn.request;
     kip_gaussParams& params = request.params;
-    params.scale = random.pick({1.0, 1.0, 1.0, 0.5, 0.01, 1.2, 1.25, 2.0, 4.0000005, 3.0, 257.0, 300.0, 1e7, 1e12});
+    params.scale =
+        random.pick({1.0, 1.0, 1.0, 0.5, 0.01, 1.2, 1.25, 2.0, 4.0000005, 3.0, 256.0, 1024.0, 257.0, 300.0, 1e7, 1e12});
     if (index % 7 == 0) params.xSigma = random.between(7, 17);
     if (index % 7 == 1) params.ySigma = random.between(7, 17);
     if (index % 23 == 0) params.xSigma = params.ySigma = 3;  // as many weights as the mask's bits of joined sums
