@@ -141,11 +141,12 @@ ksys_status callTypeChecks(Scene& s) {
   return 0;
 }
 
-#define KIP_CALL(function, src, dst, forms, ...)                                             \
+#define KIP_CALL(function, src, dst, forms, asksProcessor)                                   \
   {                                                                                          \
-#function, src, dst, forms, [](Scene & s) { return invoke(s, function); }, ##__VA_ARGS__ \
+#function, src, dst, forms, [](Scene & s) { return invoke(s, function); }, asksProcessor \
   }
-#define KIP_8_8_AND_16_16(stem, forms) KIP_CALL(stem##8_8, 1, 1, forms), KIP_CALL(stem##16_16, 2, 2, forms)
+#define KIP_8_8_AND_16_16(stem, forms) \
+  KIP_CALL(stem##8_8, 1, 1, forms, false), KIP_CALL(stem##16_16, 2, 2, forms, false)
 
 }  // namespace
 
@@ -169,24 +170,24 @@ std::span<const Call> calls() {
       KIP_8_8_AND_16_16(kip_gauss2X_smooth, created),
       KIP_8_8_AND_16_16(kip_gauss2Y_smooth, created),
       KIP_8_8_AND_16_16(kip_gauss2_smoothWindow, plain),
-      KIP_CALL(kip_gauss2X_smoothWindow8_8, 1, 1, plain),
-      KIP_CALL(kip_gauss2Y_smoothWindow8_8, 1, 1, plain),
+      KIP_CALL(kip_gauss2X_smoothWindow8_8, 1, 1, plain, false),
+      KIP_CALL(kip_gauss2Y_smoothWindow8_8, 1, 1, plain, false),
       KIP_8_8_AND_16_16(kip_gauss2_smoothMasked, images),
       KIP_8_8_AND_16_16(kip_gauss2X_smoothMasked, images),
       KIP_8_8_AND_16_16(kip_gauss2Y_smoothMasked, images),
       KIP_8_8_AND_16_16(kip_gauss2_smoothMaskedWindow, windows),
-      KIP_CALL(kip_gauss2X_smoothMaskedWindow8_8, 1, 1, windows),
-      KIP_CALL(kip_gauss2Y_smoothMaskedWindow8_8, 1, 1, windows),
+      KIP_CALL(kip_gauss2X_smoothMaskedWindow8_8, 1, 1, windows, false),
+      KIP_CALL(kip_gauss2Y_smoothMaskedWindow8_8, 1, 1, windows, false),
       KIP_8_8_AND_16_16(kip_gauss2_smoothNoSample, noSample),
       KIP_8_8_AND_16_16(kip_gauss2_smoothNoSampleWindow, plain),
       KIP_8_8_AND_16_16(kip_gauss2_smoothNoSampleMasked, noSample),
       KIP_8_8_AND_16_16(kip_gauss2_smoothNoSampleMaskedWindow, windows),
-      KIP_CALL(kip_gauss2GetDestRect, 1, 1, plain),
-      KIP_CALL(kip_gauss2XGetDestRect, 1, 1, plain),
-      KIP_CALL(kip_gauss2YGetDestRect, 1, 1, plain),
-      KIP_CALL(kip_gauss2NoSampleGetDestRect, 1, 1, plain),
-      KIP_CALL(kfGaussGetDstReg, 1, 1, plain),
-      KIP_CALL(kfGaussGetDummyReg, 1, 1, plain),
+      KIP_CALL(kip_gauss2GetDestRect, 1, 1, plain, false),
+      KIP_CALL(kip_gauss2XGetDestRect, 1, 1, plain, false),
+      KIP_CALL(kip_gauss2YGetDestRect, 1, 1, plain, false),
+      KIP_CALL(kip_gauss2NoSampleGetDestRect, 1, 1, plain, false),
+      KIP_CALL(kfGaussGetDstReg, 1, 1, plain, false),
+      KIP_CALL(kfGaussGetDummyReg, 1, 1, plain, false),
       {"gauss_setup", 1, 1, plain, callSetup},
       {"gauss_checkWindowMatch", 1, 1, plain, callMatches},
       {"gauss_pelCopySampledWindow8", 1, 1, plain, callCopySampled},
