@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "api/geometry_rows.hpp"
 #include "kip/host/kmath.h"
 #include "simd/piece.hpp"
 
@@ -28,6 +29,16 @@ namespace {
   if (scale == 1.0) return MaskedDivision::plain;
   const bool fits = scale < 65536.0 && scale * largestPixel < 0x1p30 && (scale + 1.0) * largestSum < 0x1p52;
   return fits ? MaskedDivision::scaled : MaskedDivision::scaledExact;
+}
+
+// Even bytes of a mask let bits of 8-bit pixels through that count nothing, so that quotients have no limit.
+[[nodiscard]] bool mayExceed(const gauss_bandParams& band, double largestSum, const MaskedRowsKernel& kernel) {
+  constexpr double largestQuotient = 0x1p20;  // that divisions in floats get right
+  if (largestSum < largestQuotient) return false;
+  for (int64_t row = 0; row < band.maskPlane.height; ++row) {
+    if (kernel.hasEvenBytes(rowOf<uint8_t>(band.maskPlane, row), band.maskPlane.width)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -74,6 +85,9 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   constexpr int32_t firstWideSigma = 16;
   const bool isNarrow = sizeof(Src) == 1 && params.xSigma < firstWideSigma && params.ySigma < firstWideSigma;
   rows.division = divisionOf(params.scale, static_cast<double>(weights), static_cast<double>(largestPixel));
+  const bool isLimited =
+      all || sizeof(Src) == 2 || rows.division == MaskedDivision::inDoubles || rows.division == MaskedDivision::gain;
+  if (!isLimited && mayExceed(band, largestSum, kernel)) rows.division = MaskedDivision::scaledExact;
   const bool isPlain = rows.division == MaskedDivision::plain && sizeof(Src) == sizeof(Dst);
   const bool isGain = rows.division == MaskedDivision::gain;
   const bool fits32 = largestSum + static_cast<double>(weights) < 0x1p32 && (isNarrow || sizeof(Src) == 2);

@@ -36,7 +36,7 @@ enum class MaskedDivision {
   gain,        // also where all pixels are valid: the scale is a power of two, products are below 2^48; limited
   scaled,      // the scale as a fixed-point number; sums and quotients are below 2^52 and 2^31
   inDoubles,   // also where all pixels are valid, and limited to the largest pixel
-  scaledExact  // as scaled, for what has more bits
+  scaledExact  // as scaled or at scale 1, for what has more bits
 };
 
 // 20 bits of a joined sum belong to the image. Sums of 4096 in the mask's part come out as 0.

@@ -110,10 +110,10 @@ TYPED_TEST(MaskedVec, EqualsTheDefinitionInIntegers) {
 }
 
 // The largest sums there are, around one invalid pixel and away from it, with scales down and up to what fixed point
-// and 64 bits hold.
+// and 64 bits hold; then the largest quotients: one valid pixel among others that even bytes let through.
 TYPED_TEST(MaskedVec, TheLargestSums) {
   if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
-  for (const int32_t sigma : {15, 34, TypeParam::maxSigma}) {
+  for (const int32_t sigma : {8, 15, 34, TypeParam::maxSigma}) {
     for (const double scale : {0.01, 0.524, 1.0, 256.0, 300.0, 70000.0, 1e12}) {
       MaskedCase drawn = drawMaskedCase<TypeParam>(5, 0);
       const int32_t white = std::numeric_limits<typename TypeParam::Src>::max();
@@ -127,6 +127,11 @@ TYPED_TEST(MaskedVec, TheLargestSums) {
       drawn.destination = drawn.computed = {60, 90, 190, 9};
       drawn.name = std::to_string(sigma) + " scale " + std::to_string(scale);
       EXPECT_TRUE(this->check(drawn, 1));
+      MaskedCase lone = drawn;
+      lone.request.params.filterMask.useCoverage = 0;
+      lone.request.srcMask.assign(290 * 195, 254);
+      lone.request.srcMask[97 * 290 + 60] = 255;
+      EXPECT_TRUE(this->check(lone, 1));
       if (scale == 256.0 && white == 255 && drawn.request.largest == 65535) {
         const MaskedCall<TypeParam> call(drawn);
         EXPECT_EQ(call.run(true), 0);
