@@ -31,13 +31,12 @@ struct ImageBytes : ByteSums {
   KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
 };
 
-struct MaskBytes : ByteSums {
-  using ByteSums::ByteSums;
+struct MaskBytes : ImageBytes {
+  using ImageBytes::ImageBytes;
   KIP_INLINE void add(const MaskedStep& step, int64_t column) {
     ByteSums::add(differenceOf([&](int64_t i) { return maskRow(step, i, column); }));
     prefetch(step.mask[0] + column);
   }
-  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
 };
 
 // Of both planes: image + mask * 2^20.
@@ -181,7 +180,7 @@ class Product64 {
   Shift pre_, post_, lastPost_;
 };
 
-// The exact quotient, which is below 2^16, from one in floats and the dividend's low 32 bits. The divisor is below
+// The exact quotient, which is at most 2^20, from one in floats and the dividend's low 32 bits. The divisor is below
 // 2^31.
 KIP_INLINE Vec exactQuotient(VecFloat quotient, Vec dividend, Vec divisor) {
   // at most one too large, and the rest then negative
