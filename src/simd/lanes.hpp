@@ -222,11 +222,6 @@ KIP_INLINE VecDouble asDoubles(Vec bits) {
   return _mm_castsi128_pd(bits);
 #endif
 }
-// 2^52 + value, value unsigned and of 32 bits.
-KIP_INLINE Doubles addMagic(Vec value) {
-  const Wide bits = widen(value, KIP_MM(set1_epi32)(0x43300000));
-  return {asDoubles(bits.low), asDoubles(bits.high)};
-}
 // Integers below 2^52.
 KIP_INLINE Doubles toDoubles(Wide a) {
   const Vec bits = KIP_MM(set1_epi64x)(0x4330000000000000);

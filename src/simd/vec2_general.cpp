@@ -33,7 +33,13 @@ struct LongSums : WideColumnSums {
 
 // ---- along the row
 
-constexpr double bias = 2147483648.0;  // 2^31 makes a signed integer an unsigned one
+// Eight doubles, as the lanes follow one another.
+KIP_INLINE Doubles fromSigned(Vec value) {
+  return {_mm256_cvtepi32_pd(_mm256_castsi256_si128(value)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(value, 1))};
+}
+KIP_INLINE Vec toSigned(Doubles a) {
+  return _mm256_set_m128i(_mm256_cvttpd_epi32(a.high), _mm256_cvttpd_epi32(a.low));
+}
 
 // What the rows become along the line, column by column.
 
@@ -63,7 +69,8 @@ struct IntegerRow {
   }
 };
 
-// Sums in doubles, whose quotients are products with a reciprocal.
+// Quotients are products with a reciprocal, and the last sum is a double, as in the portable engine, operation by
+// operation. The sums before it are integers that doubles hold.
 struct DoubleRow {
   struct Constants {
     int64_t box;
@@ -71,41 +78,44 @@ struct DoubleRow {
   };
   static Constants constantsOf(const Vec2Line& line) { return {line.box * lanes, all(1.0 / line.divisor)}; }
 
-  Doubles second = all(0.0);
   Doubles third;
 
   explicit DoubleRow(const Vec2Line& line) : third(all(line.isRounded ? 0.5 * line.divisor : 0.0)) {}
-  KIP_INLINE void addFirst(Doubles first) {
+  [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
+    return toSigned(third * constants.reciprocal);
+  }
+};
+
+struct NarrowRow : DoubleRow {
+  BoxSums boxes;
+
+  using DoubleRow::DoubleRow;
+  KIP_INLINE void add(int32_t* column, const Constants& constants) {
+    third = third + fromSigned(boxes.add(column, constants.box));
+  }
+};
+
+struct WideRow : DoubleRow {
+  Doubles first = all(0.0), second = all(0.0);
+
+  using DoubleRow::DoubleRow;
+  KIP_INLINE void add(const int32_t* column, const Constants& constants) {
+    addDifference(fromSigned(thirdDifference(column, constants.box)));
+  }
+  KIP_INLINE void addDifference(Doubles difference) {
+    first = first + difference;
     second = second + first;
     third = third + second;
   }
-  [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
-    return truncate(third * constants.reciprocal);
-  }
 };
 
-// Second and third sum as in the portable engine, operation by operation; the first one is an exact integer.
-struct NarrowRow : DoubleRow {
-  Vec first = _mm256_set1_epi32(INT32_MIN);  // biased
-
-  using DoubleRow::DoubleRow;
-  KIP_INLINE void add(const int32_t* column, const Constants& constants) {
-    first = _mm256_add_epi32(first, thirdDifference(column, constants.box));
-    addFirst(addMagic(first) - all(magic + bias));
-  }
-};
-
-// All as in the portable engine.
-struct WideRow : DoubleRow {
-  Doubles first = all(0.0);
-
-  using DoubleRow::DoubleRow;
+struct WidestRow : WideRow {
+  using WideRow::WideRow;
   KIP_INLINE void add(const int32_t* column, const Constants& constants) {
     const int64_t box = constants.box;
-    const Doubles inner = addMagic(load(column - 2 * box)) - addMagic(load(column - box));
-    const Doubles outer = addMagic(load(column)) - addMagic(load(column - 3 * box));
-    first = first + (outer + all(3.0) * inner);
-    addFirst(first);
+    const Doubles inner = fromSigned(load(column - 2 * box)) - fromSigned(load(column - box));
+    const Doubles outer = fromSigned(load(column)) - fromSigned(load(column - 3 * box));
+    addDifference(outer + all(3.0) * inner);
   }
 };
 
@@ -124,8 +134,8 @@ struct SingleColumn {
   explicit SingleColumn(const Vec2Line&) {}
   KIP_INLINE void add(const int32_t* column, const Constants&) { sum = load(column); }
   [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
-    const Doubles exact = addMagic(sum) - all(magic);
-    return truncate(constants.isRounded ? exact * constants.reciprocal + all(0.5) : exact / constants.divisor);
+    const Doubles exact = fromSigned(sum);
+    return toSigned(constants.isRounded ? exact * constants.reciprocal + all(0.5) : exact / constants.divisor);
   }
 };
 
@@ -188,6 +198,8 @@ void smoothRows(const Vec2Line& line, const Vec2Step* steps, int64_t count, int3
       return smoothRows<NarrowRow>(line, steps, count, memory, out);
     case Vec2Sums::wide:
       return smoothRows<WideRow>(line, steps, count, memory, out);
+    case Vec2Sums::widest:
+      return smoothRows<WidestRow>(line, steps, count, memory, out);
   }
 }
 

@@ -17,8 +17,8 @@ struct Vec2Step {
 };
 
 // How the running sums along the row are kept: not needed for a box of one column; integers below 2^32 with an integer
-// reciprocal; doubles but for the first, which fits in 32 bits; doubles.
-enum class Vec2Sums { none, integer, narrow, wide };
+// reciprocal; the last one in doubles, of integers up to the second or the third differences; all in doubles.
+enum class Vec2Sums { none, integer, narrow, wide, widest };
 
 // A request along the row.
 struct Vec2Line {

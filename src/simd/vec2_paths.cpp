@@ -109,20 +109,25 @@ Vec2Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry) 
                 .sample = params.xSample,
                 .outputs = geometry.destination.width,
                 .isShort = params.ySigma <= 63,
-                .sums = Vec2Sums::wide,
+                .sums = Vec2Sums::widest,
                 .divisor = divisor(params),
                 .isRounded = params.roundResult != 0,
                 .half = 0,
                 .multiplier = 0,
                 .shift = 0};
-  const double yBox = static_cast<double>(yKernel(params).box);
-  const double largestFirstSum = 2.0 * static_cast<double>(line.box) * 255.0 * yBox * yBox * yBox;
+  const auto box = static_cast<double>(line.box);
+  const auto yBox = static_cast<double>(yKernel(params).box);
+  const double largestColumn = 255.0 * yBox * yBox * yBox;
+  // a second sum is the difference of sums of two kernels side by side
+  const double largestSecond = largestColumn * std::floor((3.0 * box * box + 1.0) / 4.0);
   if (line.box == 1) {
     line.sums = Vec2Sums::none;
   } else if (chooseIntegers(params, line)) {
     line.sums = Vec2Sums::integer;
-  } else if (largestFirstSum < 0x1p31) {
+  } else if (largestSecond < 0x1p31) {
     line.sums = Vec2Sums::narrow;
+  } else if (4.0 * largestColumn < 0x1p31) {
+    line.sums = Vec2Sums::wide;
   }
   return line;
 }
