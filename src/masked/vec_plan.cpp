@@ -22,9 +22,8 @@ namespace {
 [[nodiscard]] MaskedDivision divisionOf(double scale, double weights, double largestPixel) {
   const double largestSum = weights * largestPixel;
   if (isPowerOfTwo(scale)) {
-    const bool isExact = isExactPowerOfTwo(scale);
-    return isExact && scale * largestSum < 0x1p48 && weights < 0x1p31 ? MaskedDivision::gain
-                                                                      : MaskedDivision::inDoubles;
+    return isExactPowerOfTwo(scale) && scale * largestSum < 0x1p48 && weights < 0x1p31 ? MaskedDivision::gain
+                                                                                       : MaskedDivision::inDoubles;
   }
   if (scale == 1.0) return MaskedDivision::plain;
   const bool fits = scale < 65536.0 && scale * largestPixel < 0x1p30 && (scale + 1.0) * largestSum < 0x1p52;
@@ -60,6 +59,10 @@ bool isExactPowerOfTwo(double scale) {
   return scale == std::ldexp(1.0, exponentOf(scale) - 1);
 }
 
+int32_t exactGainBits(double scale) {
+  return isPowerOfTwo(scale) && isExactPowerOfTwo(scale) ? exponentOf(scale) - 1 : -1;
+}
+
 template <typename Src, typename Dst>
 MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKernel& kernel) {
   const kip_gaussParams& params = band.params;
@@ -88,13 +91,15 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   const bool isLimited =
       all || sizeof(Src) == 2 || rows.division == MaskedDivision::inDoubles || rows.division == MaskedDivision::gain;
   if (!isLimited && mayExceed(band, largestSum, kernel)) rows.division = MaskedDivision::scaledExact;
+  rows.gainBits = rows.division == MaskedDivision::gain ? exactGainBits(params.scale) : 0;
   const bool isPlain = rows.division == MaskedDivision::plain && sizeof(Src) == sizeof(Dst);
   const bool isGain = rows.division == MaskedDivision::gain;
   const bool fits32 = largestSum + static_cast<double>(weights) < 0x1p32 && (isNarrow || sizeof(Src) == 2);
   if (all) {
     rows.sums = MaskedSums::imageOnly;
   } else if ((isPlain || isGain) && fits32) {
-    const bool isJoined = isPlain && sizeof(Src) == 1 && weights <= maskedJoinedWeights;
+    const bool isJoined = sizeof(Src) == 1 && weights <= maskedJoinedWeights &&
+                          std::ldexp(largestSum, rows.gainBits) + static_cast<double>(weights) < 0x1p32;
     rows.sums = isJoined ? MaskedSums::joined : MaskedSums::narrow;
   } else {
     rows.sums = weights <= int64_t{UINT32_MAX} ? MaskedSums::wide : MaskedSums::widest;
@@ -109,7 +114,6 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   rows.isRounded = params.roundResult != 0;
   rows.weights = static_cast<uint64_t>(weights);
   rows.scale = params.scale;
-  rows.gainBits = exponentOf(params.scale) - 1;
   rows.fixedScale = fixedPoint(params.scale);
   const double factor = (params.scale == 1.0 ? 1.0 : params.scale) / static_cast<double>(weights);
   const FixedPointFactor fixed(factor, largestSum, isNarrow ? 15 : 20, isNarrow ? 17 : 44);

@@ -19,6 +19,8 @@ struct FixedPointFactor {
 // The scale of a request: a power of two above 1.5, or what is nearly one, as it is, others as a multiple of 1 / 65536.
 [[nodiscard]] bool isPowerOfTwo(double scale);
 [[nodiscard]] bool isExactPowerOfTwo(double scale);
+// The binary logarithm of a scale that is a power of two above 1.5 exactly; -1 of others.
+[[nodiscard]] int32_t exactGainBits(double scale);
 [[nodiscard]] inline bool fitsFixedPoint(double scale) {
   return scale * 65536.0 < 0x1p63;
 }

@@ -85,9 +85,9 @@ template <typename Src, typename Dst>
 struct MaskedPairKernel {
   // Takes the steps of a group and writes its output rows' values with their low bits.
   void (*smooth)(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out);
-  // For a row whose mask alone decides: invalid outputs become the source's pixels. Writes `valid`, 255 or 0 each.
-  // Returns hasEvenBytes of the mask.
-  bool (*keepValid)(const uint8_t* mask, const Src* source, Dst* out, uint8_t* valid, int64_t width);
+  // For a row whose mask alone decides: invalid outputs become the source's pixels, which in wider ones are shifted
+  // left by gainBits. Writes `valid`, 255 or 0 each. Returns hasEvenBytes of the mask.
+  bool (*keepValid)(const uint8_t* mask, const Src* source, int32_t gainBits, Dst* out, uint8_t* valid, int64_t width);
   // Outputs whose `valid` is 0 become their samples, `step` apart.
   void (*scaleInvalid)(const uint8_t* valid, const Src* samples, int64_t step, const SampleScale& scale, Dst* out,
                        int64_t width);

@@ -193,38 +193,42 @@ KIP_INLINE VecFloat joinFloats(Vec high, float unit, Vec low) {
   return KIP_MM(add_ps)(KIP_MM(mul_ps)(KIP_MM(cvtepi32_ps)(high), KIP_MM(set1_ps)(unit)), KIP_MM(cvtepi32_ps)(low));
 }
 
-// (image + half) / mask for dividends of so many bits.
+// (image + half) / mask for dividends of so many bits. limit(quotient): of the quotient in floats.
+
+struct AsIs {
+  KIP_INLINE VecFloat operator()(VecFloat quotient) const { return quotient; }
+};
 
 struct Divide24 {
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+  template <typename Limit = AsIs>
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
     const Vec dividend = KIP_MM(add_epi32)(image, half);
-    return KIP_MM(cvttps_epi32)(KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask)));
+    return KIP_MM(cvttps_epi32)(limit(KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask))));
   }
 };
 
 struct Divide31 {
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+  template <typename Limit = AsIs>
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
     const Vec dividend = KIP_MM(add_epi32)(image, half);
-    return exactQuotient(KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask)), dividend, mask);
+    const VecFloat quotient = KIP_MM(div_ps)(KIP_MM(cvtepi32_ps)(dividend), KIP_MM(cvtepi32_ps)(mask));
+    return exactQuotient(limit(quotient), dividend, mask);
   }
 };
 
 struct Divide32 {
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask) {
+  template <typename Limit = AsIs>
+  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
     const Vec dividend = KIP_MM(add_epi32)(image, half);
     const VecFloat whole =
         joinFloats(KIP_MM(srli_epi32)(dividend, 16), 65536.0f, bitAnd(dividend, KIP_MM(set1_epi32)(0xFFFF)));
-    return exactQuotient(KIP_MM(div_ps)(whole, KIP_MM(cvtepi32_ps)(mask)), dividend, mask);
+    return exactQuotient(limit(KIP_MM(div_ps)(whole, KIP_MM(cvtepi32_ps)(mask))), dividend, mask);
   }
 };
 
 struct Divide48 {
-  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask) {
-    return divide(image, half, mask, [](VecFloat quotient) { return quotient; });
-  }
-  // limit(quotient): of the quotient in floats.
-  template <typename Limit>
-  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask, Limit&& limit) {
+  template <typename Limit = AsIs>
+  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask, Limit&& limit = {}) {
     const Vec lowBits = narrow(image);
     const Vec low = KIP_MM(add_epi32)(bitAnd(lowBits, KIP_MM(set1_epi32)((1 << 24) - 1)), half);
     const Vec high = narrow({KIP_MM(srli_epi64)(image.low, 24), KIP_MM(srli_epi64)(image.high, 24)});
@@ -251,6 +255,7 @@ class PlainValues {
     const Vec divided = Division::divide(image, shiftRight32(mask, toHalf_), mask);
     return (bits & differs_) == 0 ? divided : select(isFull, product_(image), divided);
   }
+  [[nodiscard]] KIP_INLINE Vec joined(Vec image, Vec mask) const { return (*this)(image, mask); }
 
  private:
   Vec full_;
@@ -261,25 +266,43 @@ class PlainValues {
 
 // Values at a scale of a power of two above 1 from sums of masks below 2^31: quotients whether all pixels are valid or
 // not, and nothing above the largest pixel.
+template <typename Division>
 class GainValues {
  public:
-  KIP_INLINE GainValues(const MaskedRows& rows, uint64_t, double largest)
-      : gain_(shift64By(rows.gainBits)),
+  KIP_INLINE GainValues(const MaskedRows& rows, uint64_t weights, double largest)
+      : gain32_(shift32By(rows.gainBits)),
+        gain64_(shift64By(rows.gainBits)),
         toHalf_(shift32By(rows.isRounded ? 1 : 32)),
+        overflown_(KIP_MM(set1_epi32)(weights == 0 ? static_cast<int32_t>(rows.weights) : 0)),
         largest_(KIP_MM(set1_epi32)(static_cast<int32_t>(largest))) {}
 
-  [[nodiscard]] KIP_INLINE Vec operator()(Vec image, Vec mask) const { return (*this)(widenUnsigned(image), mask); }
+  [[nodiscard]] KIP_INLINE Vec operator()(Vec image, Vec mask) const {
+    if constexpr (std::is_same_v<Division, Divide48>) {
+      return (*this)(widenUnsigned(image), mask);
+    } else {
+      return quotientOf(shiftLeft32(image, gain32_), mask);
+    }
+  }
   [[nodiscard]] KIP_INLINE Vec operator()(Wide image, Vec mask) const {
-    const Wide product = {shiftLeft64(image.low, gain_), shiftLeft64(image.high, gain_)};
-    // whatever lies above the limit stays above the largest pixel
-    const auto limit = [](VecFloat quotient) { return KIP_MM(min_ps)(quotient, KIP_MM(set1_ps)(70000.0f)); };
-    const Vec quotient = Divide48::divide(product, shiftRight32(mask, toHalf_), mask, limit);
-    return select(KIP_MM(cmpgt_epi32)(quotient, largest_), largest_, quotient);
+    return quotientOf(Wide{shiftLeft64(image.low, gain64_), shiftLeft64(image.high, gain64_)}, mask);
+  }
+  // For sums of masks that are 0 when they are the kernel's weights.
+  [[nodiscard]] KIP_INLINE Vec joined(Vec image, Vec mask) const {
+    const Vec isZero = KIP_MM(cmpeq_epi32)(mask, zeros());
+    return (*this)(image, bitOr(mask, bitAnd(isZero, overflown_)));
   }
 
  private:
-  Shift gain_, toHalf_;
-  Vec largest_;
+  template <typename ImageSum>
+  [[nodiscard]] KIP_INLINE Vec quotientOf(ImageSum product, Vec mask) const {
+    // whatever lies above the limit stays above the largest pixel
+    const auto limit = [](VecFloat quotient) { return KIP_MM(min_ps)(quotient, KIP_MM(set1_ps)(70000.0f)); };
+    const Vec quotient = Division::divide(product, shiftRight32(mask, toHalf_), mask, limit);
+    return select(KIP_MM(cmpgt_epi32)(quotient, largest_), largest_, quotient);
+  }
+
+  Shift gain32_, gain64_, toHalf_;
+  Vec overflown_, largest_;
 };
 
 class ImageValues {
@@ -361,16 +384,17 @@ struct Constants {
   int64_t maskLine, box;
 };
 
+template <typename RowValues>
 struct JoinedRow {
-  using Values = PlainValues<Product32, Divide24>;
+  using Values = RowValues;
   static constexpr int32_t weightBits = 32 - maskedJoin;
 
   Sums32 sums;
 
   KIP_INLINE void add(int32_t* column, const Constants<Values>& constants) { sums.add(column, constants.box); }
   [[nodiscard]] KIP_INLINE Vec value(const Constants<Values>& constants) const {
-    return constants.values(bitAnd(sums.sum, KIP_MM(set1_epi32)((1 << maskedJoin) - 1)),
-                            KIP_MM(srli_epi32)(sums.sum, maskedJoin));
+    return constants.values.joined(bitAnd(sums.sum, KIP_MM(set1_epi32)((1 << maskedJoin) - 1)),
+                                   KIP_MM(srli_epi32)(sums.sum, maskedJoin));
   }
 };
 
@@ -396,9 +420,10 @@ using NarrowRow =
     SplitRow<Sums32, Sums32, PlainValues<std::conditional_t<sizeof(Src) == 1, Product32, Product64>, Division>>;
 template <MaskedReach Reach>
 using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues<Product64, Divide48>>;
-using NarrowGainRow = SplitRow<Sums32, Sums32, GainValues>;
+template <typename Division>
+using NarrowGainRow = SplitRow<Sums32, Sums32, GainValues<Division>>;
 template <MaskedReach Reach>
-using GainRow = SplitRow<Sums64<Reach>, Sums32, GainValues>;
+using GainRow = SplitRow<Sums64<Reach>, Sums32, GainValues<Divide48>>;
 template <MaskedReach Reach>
 using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
 template <MaskedReach Reach>
@@ -495,21 +520,32 @@ SmoothGroup<Src, Dst> byReach(MaskedReach reach) {
 
 template <typename Src, typename Dst>
 SmoothGroup<Src, Dst> smoothGroupFor(const MaskedRows& rows) {
+  constexpr uint64_t white = std::numeric_limits<Src>::max();
+  const uint64_t largestDividend = (rows.weights * white << rows.gainBits) + rows.weights / 2;
   if (rows.division == MaskedDivision::gain && rows.sums != MaskedSums::imageOnly) {
-    if (rows.sums == MaskedSums::narrow) return smoothGroup<NarrowGainRow, Src, Dst>;
+    const bool fits31 = largestDividend < uint64_t{1} << 31;
+    if constexpr (sizeof(Src) == 1) {
+      if (rows.sums == MaskedSums::joined) {
+        return fits31 ? smoothGroup<JoinedRow<GainValues<Divide31>>, Src, Dst>
+                      : smoothGroup<JoinedRow<GainValues<Divide32>>, Src, Dst>;
+      }
+    }
+    if (rows.sums == MaskedSums::narrow) {
+      return fits31                                ? smoothGroup<NarrowGainRow<Divide31>, Src, Dst>
+             : largestDividend < uint64_t{1} << 32 ? smoothGroup<NarrowGainRow<Divide32>, Src, Dst>
+                                                   : smoothGroup<NarrowGainRow<Divide48>, Src, Dst>;
+    }
     return byReach<GainRow, Src, Dst>(rows.reach);
   }
   if constexpr (sizeof(Src) == sizeof(Dst)) {
     if (rows.sums == MaskedSums::narrow) {
-      constexpr uint64_t white = std::numeric_limits<Src>::max();
-      const uint64_t largest = rows.weights * white + rows.weights / 2;
-      return largest < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Src, Divide24>, Src, Dst>
-             : largest < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Src, Divide31>, Src, Dst>
-                                           : smoothGroup<NarrowRow<Src, Divide32>, Src, Dst>;
+      return largestDividend < uint64_t{1} << 24   ? smoothGroup<NarrowRow<Src, Divide24>, Src, Dst>
+             : largestDividend < uint64_t{1} << 31 ? smoothGroup<NarrowRow<Src, Divide31>, Src, Dst>
+                                                   : smoothGroup<NarrowRow<Src, Divide32>, Src, Dst>;
     }
   }
   if constexpr (sizeof(Dst) == 1) {
-    if (rows.sums == MaskedSums::joined) return smoothGroup<JoinedRow, Src, Dst>;
+    if (rows.sums == MaskedSums::joined) return smoothGroup<JoinedRow<PlainValues<Product32, Divide24>>, Src, Dst>;
   }
   if constexpr (sizeof(Src) == 2) {
     if (rows.sums == MaskedSums::imageOnly) return byReach<ImageRow, Src, Dst>(rows.reach);
@@ -536,12 +572,13 @@ bool hasEvenBytes(const uint8_t* mask, int64_t width) {
 }
 
 template <typename Src, typename Dst>
-bool keepValid(const uint8_t* __restrict mask, const Src* __restrict source, Dst* __restrict out,
+bool keepValid(const uint8_t* __restrict mask, const Src* __restrict source, int32_t gainBits, Dst* __restrict out,
                uint8_t* __restrict valid, int64_t width) {
   uint8_t even = 0;
   for (int64_t x = 0; x < width; ++x) {
     const Dst value = out[x];
-    const Dst pixel = source[x];
+    Dst pixel = source[x];
+    if constexpr (sizeof(Src) < sizeof(Dst)) pixel = static_cast<Dst>(pixel << gainBits);
     out[x] = mask[x] != 0 ? value : pixel;
     valid[x] = mask[x] != 0 ? 255 : 0;
     even |= ifEven(mask[x]);

@@ -9,14 +9,15 @@ namespace {
 
 constexpr int64_t prefetchDistance = 256;  // columns
 
-// Eight quotients of dividends below 2^14 and divisors up to 64, which floats tell from the next integer.
+// Eight quotients of dividends below 2^24, which floats tell from the next integer, and divisors up to 64.
 KIP_INLINE Vec divideWords(Vec dividends, Vec divisors) {
   return _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(dividends), _mm256_cvtepi32_ps(divisors)));
 }
 
-// Sixteen values from the sums of image and mask.
+// Sixteen values from the sums of image and mask, by kind of the outputs.
+
 template <bool IsRounded>
-KIP_INLINE Vec valuesOf(Vec image, Vec mask) {
+KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint8_t>&, Vec image, Vec mask) {
   if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(mask, _mm256_set1_epi16(64))) == -1) return divide<IsRounded>(image);
   const Vec zero = _mm256_setzero_si256();
   const Vec dividends = IsRounded ? _mm256_add_epi16(image, _mm256_srli_epi16(mask, 1)) : image;
@@ -27,12 +28,33 @@ KIP_INLINE Vec valuesOf(Vec image, Vec mask) {
   return _mm256_and_si256(quotients, _mm256_set1_epi16(0xFF));
 }
 
-template <bool IsRounded, typename LoadColumns>
-KIP_INLINE void smoothColumns(const MaskedSigma1Group& group, const LoadColumns& loadColumns, int64_t ahead,
+template <bool IsRounded>
+KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint16_t>& group, Vec image, Vec mask) {
+  const Vec zero = _mm256_setzero_si256();
+  const Vec gain = _mm256_set1_epi32(group.gainBits);
+  const auto quotients = [gain](Vec images, Vec masks) {
+    const Vec products = _mm256_sllv_epi32(images, gain);
+    return divideWords(IsRounded ? _mm256_add_epi32(products, _mm256_srli_epi32(masks, 1)) : products, masks);
+  };
+  return _mm256_packus_epi32(quotients(_mm256_unpacklo_epi16(image, zero), _mm256_unpacklo_epi16(mask, zero)),
+                             quotients(_mm256_unpackhi_epi16(image, zero), _mm256_unpackhi_epi16(mask, zero)));
+}
+
+// Thirty-two values, which come apart as the unpacked bytes of a row do.
+KIP_INLINE void storeValues(uint8_t* to, Vec low, Vec high) {
+  store(to, _mm256_packus_epi16(low, high));
+}
+KIP_INLINE void storeValues(uint16_t* to, Vec low, Vec high) {
+  store(to, _mm256_permute2x128_si256(low, high, 0x20));
+  store(to + 16, _mm256_permute2x128_si256(low, high, 0x31));
+}
+
+template <bool IsRounded, typename Dst, typename LoadColumns>
+KIP_INLINE void smoothColumns(const MaskedSigma1Group<Dst>& group, const LoadColumns& loadColumns, int64_t ahead,
                               int64_t at) {
   Down image[2];
   Down mask[2];
-  for (int64_t row = 0; row < group.count + MaskedSigma1Group::taps - 1; ++row) {
+  for (int64_t row = 0; row < group.count + maskedSigma1Taps - 1; ++row) {
     _mm_prefetch(group.image[row] + ahead, _MM_HINT_T0);
     _mm_prefetch(group.mask[row] + ahead, _MM_HINT_T0);
     Vec pixels[4];
@@ -48,21 +70,20 @@ KIP_INLINE void smoothColumns(const MaskedSigma1Group& group, const LoadColumns&
     const Vec imageHigh = image[1].add(images.high);
     const Vec maskLow = mask[0].add(masks.low);
     const Vec maskHigh = mask[1].add(masks.high);
-    const int64_t output = row - (MaskedSigma1Group::taps - 1);
+    const int64_t output = row - (maskedSigma1Taps - 1);
     if (output < 0) continue;
-    const Vec low = valuesOf<IsRounded>(imageLow, maskLow);
-    const Vec high = valuesOf<IsRounded>(imageHigh, maskHigh);
-    store(group.out[output] + at, _mm256_packus_epi16(low, high));
+    storeValues(group.out[output] + at, valuesOf<IsRounded>(group, imageLow, maskLow),
+                valuesOf<IsRounded>(group, imageHigh, maskHigh));
   }
 }
 
-template <bool IsRounded>
-void smoothRows(const MaskedSigma1Group& group) {
+template <bool IsRounded, typename Dst>
+void smoothRows(const MaskedSigma1Group<Dst>& group) {
   for (int64_t i = 0; i < group.outputs; i += maskedSigma1Columns) {
     const int64_t at = smaller(i, group.outputs - maskedSigma1Columns);
     const int64_t column = at - group.leftPad;
     const int64_t ahead = smaller(column < 0 ? 0 : column + prefetchDistance, group.width - 1);
-    if (column >= 0 && column + maskedSigma1Columns + MaskedSigma1Group::taps - 1 <= group.width) {
+    if (column >= 0 && column + maskedSigma1Columns + maskedSigma1Taps - 1 <= group.width) {
       smoothColumns<IsRounded>(group, Inside<false>{column}, ahead, at);
     } else {
       smoothColumns<IsRounded>(group, AtEdge<false>(column, group.width), ahead, at);
@@ -72,7 +93,10 @@ void smoothRows(const MaskedSigma1Group& group) {
 
 }  // namespace
 
-void maskedSigma1(const MaskedSigma1Group& group) {
+void maskedSigma1(const MaskedSigma1Group<uint8_t>& group) {
+  group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
+}
+void maskedSigma1(const MaskedSigma1Group<uint16_t>& group) {
   group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
 }
 

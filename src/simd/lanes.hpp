@@ -109,6 +109,9 @@ KIP_INLINE Shift shift64By(int32_t count) {
 KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
   return _mm256_srlv_epi32(value, count);
 }
+KIP_INLINE Vec shiftLeft32(Vec value, Shift count) {
+  return _mm256_sllv_epi32(value, count);
+}
 KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
   return _mm256_srlv_epi64(value, count);
 }
@@ -125,6 +128,9 @@ KIP_INLINE Shift shift64By(int32_t count) {
 }
 KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
   return _mm_srl_epi32(value, count);
+}
+KIP_INLINE Vec shiftLeft32(Vec value, Shift count) {
+  return _mm_sll_epi32(value, count);
 }
 KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
   return _mm_srl_epi64(value, count);

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <limits>
+
+#include "api/geometry_rows.hpp"
+#include "masked/band.hpp"
+#include "masked/constant_step.hpp"
+#include "masked/coverage.hpp"
+#include "masked/saturate.hpp"
+#include "masked/validity.hpp"
+#include "masked/vec_plan.hpp"
+#include "masked/vec_rows.hpp"
+
+namespace kip {
+
+template <typename Src, typename Dst>
+[[nodiscard]] const MaskedPairKernel<Src, Dst>& pairKernel(const MaskedRowsKernel& kernel) {
+  if constexpr (sizeof(Src) == 2) {
+    return kernel.pair16_16;
+  } else if constexpr (sizeof(Dst) == 2) {
+    return kernel.pair8_16;
+  } else {
+    return kernel.pair8_8;
+  }
+}
+
+// As a function of its own, so that the compiler knows that the rows are apart.
+template <typename Src, typename Dst>
+[[gnu::noinline]] void copyInvalid(Dst* __restrict dst, const uint8_t* __restrict valid, const Src* __restrict samples,
+                                   int64_t width, int64_t xSample) {
+  withStep(xSample, [=](auto step) {
+    for (int64_t c = 0; c < width; ++c) {
+      const Dst kept = dst[c];
+      const Dst sample = samples[c * step];
+      dst[c] = valid[c] != 0 ? kept : sample;
+    }
+  });
+}
+
+// Turns rows whose values were computed as if all of them were valid into results.
+template <typename Src, typename Dst>
+class Results {
+ public:
+  Results(const gauss_bandParams& band, const LineGeometry& geometry, const MaskedRowsKernel& kernel)
+      : band_(band),
+        kernel_(kernel),
+        firstSourceRow_(int64_t{band.src.y} - band.imagePlane.y),
+        coverage_(band.maskPlane, geometry, band.params),
+        threshold_(coverageThreshold(band.params)),
+        sampleScale_{.factor = fixedPoint(band.params.scale),
+                     .half = band.params.roundResult != 0 ? uint64_t{32768} : 0,
+                     .limit = isPowerOfTwo(band.params.scale) ? std::numeric_limits<Dst>::max()
+                                                              : std::numeric_limits<uint64_t>::max()},
+        useCoverage_(band.params.filterMask.useCoverage != 0),
+        needsCounts_(useCoverage_),
+        gainBits_(band.params.scale == 1.0 ? 0 : exactGainBits(band.params.scale)),
+        isPlain_(band.sampleMask.bound == 0 && band.params.xSample == 1 && 0 <= gainBits_ &&
+                 gainBits_ <= 8 * int32_t{sizeof(Dst) - sizeof(Src)}) {}
+
+  [[nodiscard]] ksys_status allocate(Cleanup& cleanup, void* validRow) {
+    valid_ = static_cast<uint8_t*>(validRow);
+    return coverage_.allocate(cleanup);
+  }
+
+  void finish(int64_t row) {
+    const int64_t width = band_.band.width;
+    const int64_t sample = band_.params.xSample;
+    uint8_t* const valid = band_.dstMask.bound != 0 ? rowOf<uint8_t>(band_.dstMask, row) : valid_;
+    // of the planes, whose rows are still in the caches
+    const int64_t planeRow = firstSourceRow_ + row * band_.params.ySample;
+    const uint8_t* const mask = rowOf<uint8_t>(band_.maskPlane, planeRow);
+    const Src* const samples = rowOf<Src>(band_.imagePlane, planeRow);
+    Dst* const dst = rowOf<Dst>(band_.dst, row);
+    // under even bytes alone there is no pixel, and nothing to be valid
+    if (isPlain_ && !needsCounts_) {
+      needsCounts_ = pairKernel<Src, Dst>(kernel_).keepValid(mask, samples, gainBits_, dst, valid, width);
+      if (!needsCounts_) return;
+    }
+    needsCounts_ = needsCounts_ || kernel_.hasEvenBytes(mask, band_.maskPlane.width);
+    const int64_t* const counts = needsCounts_ ? countsOf(row) : nullptr;
+    if (useCoverage_) {
+      validByCoverage(valid, counts, threshold_, width, sample);
+    } else {
+      validBySamples(valid, mask, width, sample);
+      if (needsCounts_) limitToCovered(valid, counts, width, sample);
+    }
+    const kimg_windowConst& restriction = band_.effectiveSampleMask();
+    if (restriction.bound != 0) {
+      limitToSamples(valid, rowOf<uint8_t>(restriction, row * band_.params.ySample), width, sample);
+    }
+    replaceInvalid(dst, valid, samples);
+  }
+
+ private:
+  [[nodiscard]] const int64_t* countsOf(int64_t row) {
+    const int64_t end = row * band_.params.ySample + 3 * int64_t{band_.params.ySigma} + 1;
+    for (; entered_ < end; ++entered_) coverage_.enter(entered_);
+    return coverage_.countRow();
+  }
+
+  void replaceInvalid(Dst* dst, const uint8_t* valid, const Src* samples) const {
+    const kip_gaussParams& params = band_.params;
+    const int64_t width = band_.band.width;
+    if (params.scale == 1.0) {
+      copyInvalid(dst, valid, samples, width, params.xSample);
+    } else if (isPowerOfTwo(params.scale) && !isExactPowerOfTwo(params.scale)) {
+      const double half = roundingTerm(params);
+      for (int64_t c = 0; c < width; ++c) {
+        if (valid[c] == 0) dst[c] = saturate<Dst>(samples[c * params.xSample] * params.scale + half);
+      }
+    } else {
+      pairKernel<Src, Dst>(kernel_).scaleInvalid(valid, samples, params.xSample, sampleScale_, dst, width);
+    }
+  }
+
+  const gauss_bandParams& band_;
+  const MaskedRowsKernel& kernel_;
+  int64_t firstSourceRow_;  // of the planes
+  gauss_coverageRows coverage_;
+  int64_t threshold_;
+  SampleScale sampleScale_;
+  bool useCoverage_, needsCounts_;
+  int32_t gainBits_;
+  bool isPlain_;         // the mask alone decides, and invalid outputs become shifted pixels
+  int64_t entered_ = 0;  // rows of the plane that are counted
+  uint8_t* valid_ = nullptr;
+};
+
+}  // namespace kip
