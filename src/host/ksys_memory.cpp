@@ -34,23 +34,47 @@ ksys_status askHandler(uint64_t bytes) {
   return current.function != nullptr ? current.function(current.context, bytes) : 0;
 }
 
+// A block starts at the first cache line of its memory that leaves room for the memory's address, which stands just
+// before it: malloc serves small sizes much faster than aligned_alloc does.
+void* blockIn(void* memory) {
+  auto* const bytes = static_cast<char*>(memory);
+  char* const block = bytes + kAlignment - reinterpret_cast<uintptr_t>(memory) % kAlignment;
+  std::memcpy(block - sizeof memory, &memory, sizeof memory);
+  return block;
+}
+void* memoryOf(void* block) {
+  void* memory;
+  std::memcpy(&memory, static_cast<char*>(block) - sizeof memory, sizeof memory);
+  return memory;
+}
+
 // The one place where the host obtains memory.
 ksys_status allocate(uint64_t bytes, void** block) {
   *block = nullptr;
   const ksys_status status = askHandler(bytes);
   if (failed(status)) return status;
   if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kHugePage) return KSYS_STATUS_NO_MEMORY;
-  *block = kiphost::takeSpareBlock(bytes);
-  if (*block != nullptr) return 0;
-  const uint64_t alignment = bytes < 2 * kHugePage ? kAlignment : kHugePage;
-  const uint64_t rounded = bytes == 0 ? kAlignment : (bytes + alignment - 1) / alignment * alignment;
-  *block = std::aligned_alloc(alignment, rounded);
-  if (*block == nullptr) return KSYS_STATUS_NO_MEMORY;
+  bytes += kAlignment;
+  void* memory = kiphost::takeSpareBlock(bytes);
+  if (memory == nullptr && bytes < 2 * kHugePage) {
+    memory = std::malloc(bytes);
+  } else if (memory == nullptr) {
+    const uint64_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    memory = std::aligned_alloc(kHugePage, rounded);
 #ifdef MADV_HUGEPAGE
-  // fewer page faults
-  if (alignment == kHugePage) madvise(*block, rounded, MADV_HUGEPAGE);
+    // fewer page faults
+    if (memory != nullptr) madvise(memory, rounded, MADV_HUGEPAGE);
 #endif
+  }
+  if (memory == nullptr) return KSYS_STATUS_NO_MEMORY;
+  *block = blockIn(memory);
   return 0;
+}
+
+void release(void* block) {
+  if (block == nullptr) return;
+  void* const memory = memoryOf(block);
+  if (!kiphost::keepSpareBlock(memory)) std::free(memory);
 }
 
 }  // namespace
@@ -74,7 +98,7 @@ void ksys_memory_free_internal(void* block) {
   // The variable may be a pointer of any type: go by its bytes.
   void* address;
   std::memcpy(&address, block, sizeof address);
-  if (!kiphost::keepSpareBlock(address)) std::free(address);
+  release(address);
   address = nullptr;
   std::memcpy(block, &address, sizeof address);
 }
@@ -85,7 +109,7 @@ void* kxfMalloc(uint64_t bytes) {
 }
 
 void kxfFree(void* block) {
-  std::free(block);
+  release(block);
 }
 
 void ksys_memory_setHandler(ksys_memoryHandler function, void* context) {
