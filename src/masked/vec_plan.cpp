@@ -105,11 +105,7 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
     rows.sums = weights <= int64_t{UINT32_MAX} ? MaskedSums::wide : MaskedSums::widest;
   }
   rows.isJoinedDown = rows.sums == MaskedSums::joined || (sizeof(Src) == 1 && yBox <= maskedJoinedBox);
-  const int64_t largestDown = largestPixel * yBox * yBox * yBox;
-  const int64_t largestWeight = (3 * xBox * xBox + 1) / 4;  // along the row; a second sum is a difference of neighbours
-  rows.reach = largestDown <= INT32_MAX / largestWeight ? MaskedReach::second
-               : largestDown <= INT32_MAX / 4           ? MaskedReach::difference
-                                                        : MaskedReach::nothing;
+  rows.reach = reachOf(largestPixel * yBox * yBox * yBox, xBox);
 
   rows.isRounded = params.roundResult != 0;
   rows.weights = static_cast<uint64_t>(weights);

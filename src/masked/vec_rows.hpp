@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "simd/reach.hpp"
+
 namespace kip {
 
 // The kernel of the vectorised masked engine. Down the columns, the rows of both planes enter three running sums.
@@ -25,10 +27,6 @@ enum class MaskedSums {
   widest,    // both in 64 bits
   imageOnly  // the image's alone, in 64 bits: every pixel counts
 };
-
-// What of an image's sums along the row, where they are kept in 64 bits, fits in 32: running sums up to the second, the
-// third differences, or not even those.
-enum class MaskedReach { second, difference, nothing };
 
 // How an output with invalid pixels under its kernel is divided; the others are multiplied by a fixed-point factor.
 enum class MaskedDivision {
@@ -55,7 +53,7 @@ struct MaskedRows {
 
   MaskedSums sums;
   bool isJoinedDown;  // image and mask go down the columns together
-  MaskedReach reach;
+  Reach reach;        // of the image's sums along the row, where they are kept in 64 bits
 
   MaskedDivision division;
   bool isRounded;

@@ -102,38 +102,6 @@ class ImageWords : public WideColumnSums {
 
 // ---- along the row
 
-struct Sums32 {
-  BoxSums boxes;
-  Vec sum = zeros();
-
-  KIP_INLINE void add(int32_t* column, int64_t box) { sum = KIP_MM(add_epi32)(sum, boxes.add(column, box)); }
-};
-
-template <MaskedReach Reach>
-struct Sums64 {
-  Wide first = widenUnsigned(zeros()), second = first, sum = first;
-
-  KIP_INLINE void add(const int32_t* column, int64_t box) {
-    if constexpr (Reach == MaskedReach::nothing) {
-      const Wide inner = widenUnsigned(load(column - 2 * box)) - widenUnsigned(load(column - box));
-      const Wide outer = widenUnsigned(load(column)) - widenUnsigned(load(column - 3 * box));
-      first = first + ((outer + inner) + (inner + inner));
-    } else {
-      first = first + widenSigned(thirdDifference(column, box));
-    }
-    second = second + first;
-    sum = sum + second;
-  }
-};
-
-template <>
-struct Sums64<MaskedReach::second> {
-  BoxSums boxes;
-  Wide sum = widenUnsigned(zeros());
-
-  KIP_INLINE void add(int32_t* column, int64_t box) { sum = sum + widenSigned(boxes.add(column, box)); }
-};
-
 KIP_INLINE Vec allBitsIf(bool condition) {
   return KIP_MM(set1_epi32)(condition ? -1 : 0);
 }
@@ -418,23 +386,23 @@ struct SplitRow {
 template <typename Src, typename Division>
 using NarrowRow =
     SplitRow<Sums32, Sums32, PlainValues<std::conditional_t<sizeof(Src) == 1, Product32, Product64>, Division>>;
-template <MaskedReach Reach>
-using PlainRow = SplitRow<Sums64<Reach>, Sums32, PlainValues<Product64, Divide48>>;
+template <Reach R>
+using PlainRow = SplitRow<Sums64<R>, Sums32, PlainValues<Product64, Divide48>>;
 template <typename Division>
 using NarrowGainRow = SplitRow<Sums32, Sums32, GainValues<Division>>;
-template <MaskedReach Reach>
-using GainRow = SplitRow<Sums64<Reach>, Sums32, GainValues<Divide48>>;
-template <MaskedReach Reach>
-using WideRow = SplitRow<Sums64<Reach>, Sums32, Values64>;
-template <MaskedReach Reach>
-using WidestRow = SplitRow<Sums64<Reach>, Sums64<MaskedReach::difference>, Values64>;
+template <Reach R>
+using GainRow = SplitRow<Sums64<R>, Sums32, GainValues<Divide48>>;
+template <Reach R>
+using WideRow = SplitRow<Sums64<R>, Sums32, Values64>;
+template <Reach R>
+using WidestRow = SplitRow<Sums64<R>, Sums64<Reach::difference>, Values64>;
 
-template <MaskedReach Reach>
+template <Reach R>
 struct ImageRow {
   using Values = ImageValues;
   static constexpr int32_t weightBits = 64;
 
-  Sums64<Reach> sums;
+  Sums64<R> sums;
 
   KIP_INLINE void add(int32_t* column, const Constants<Values>& constants) { sums.add(column, constants.box); }
   [[nodiscard]] KIP_INLINE Vec value(const Constants<Values>& constants) const { return constants.values(sums.sum); }
@@ -509,13 +477,13 @@ template <typename Src, typename Dst>
 using SmoothGroup = void (*)(const MaskedRows& rows, const MaskedStep* steps, int64_t count, Dst* const* out);
 
 // For sums of images in 64 bits, of what kind beside.
-template <template <MaskedReach> typename Row, typename Src, typename Dst>
-SmoothGroup<Src, Dst> byReach(MaskedReach reach) {
-  if (reach == MaskedReach::second) return smoothGroup<Row<MaskedReach::second>, Src, Dst>;
+template <template <Reach> typename Row, typename Src, typename Dst>
+SmoothGroup<Src, Dst> byReach(Reach reach) {
+  if (reach == Reach::second) return smoothGroup<Row<Reach::second>, Src, Dst>;
   if constexpr (sizeof(Src) == 2) {
-    if (reach == MaskedReach::nothing) return smoothGroup<Row<MaskedReach::nothing>, Src, Dst>;
+    if (reach == Reach::nothing) return smoothGroup<Row<Reach::nothing>, Src, Dst>;
   }
-  return smoothGroup<Row<MaskedReach::difference>, Src, Dst>;
+  return smoothGroup<Row<Reach::difference>, Src, Dst>;
 }
 
 template <typename Src, typename Dst>

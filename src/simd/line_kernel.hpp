@@ -6,8 +6,11 @@
 #pragma once
 
 #include <cstring>
+#include <type_traits>
 
 #include "simd/lanes.hpp"
+#include "simd/line_request.hpp"
+#include "simd/reach.hpp"
 
 namespace kip {
 
@@ -92,7 +95,14 @@ class ByteSums {
   Words sums_;
 };
 
-// The running sums of a block, of a kind of their own or in 32 bits.
+// The same of a step, spread out to 32 bits.
+struct ShortSums : ByteSums {
+  using ByteSums::ByteSums;
+  KIP_INLINE void add(const LineStep& step, int64_t column) { ByteSums::add(step.row, column); }
+  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
+};
+
+// The running sums of a block in 32 bits.
 class WideColumnSums {
  public:
   KIP_INLINE explicit WideColumnSums(const int32_t* state) {
@@ -188,6 +198,40 @@ struct BoxSums {
     store(column - 2 * box, two);
     return KIP_MM(sub_epi32)(two, leavingThree);
   }
+};
+
+// The sum of three boxes, in 32 bits or 64.
+
+struct Sums32 {
+  BoxSums boxes;
+  Vec sum = zeros();
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = KIP_MM(add_epi32)(sum, boxes.add(column, box)); }
+};
+
+template <Reach R>
+struct Sums64 {
+  Wide first = widenUnsigned(zeros()), second = first, sum = first;
+
+  KIP_INLINE void add(const int32_t* column, int64_t box) {
+    if constexpr (R == Reach::nothing) {
+      const Wide inner = widenUnsigned(load(column - 2 * box)) - widenUnsigned(load(column - box));
+      const Wide outer = widenUnsigned(load(column)) - widenUnsigned(load(column - 3 * box));
+      first = first + ((outer + inner) + (inner + inner));
+    } else {
+      first = first + widenSigned(thirdDifference(column, box));
+    }
+    second = second + first;
+    sum = sum + second;
+  }
+};
+
+template <>
+struct Sums64<Reach::second> {
+  BoxSums boxes;
+  Wide sum = widenUnsigned(zeros());
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = sum + widenSigned(boxes.add(column, box)); }
 };
 
 // Neighbouring columns of values as pixels in 32 bits, with the low bits of each.
@@ -351,6 +395,29 @@ KIP_INLINE void forEachPiece(const LineMemory& line, AddColumns&& addColumns, Ta
                    static_cast<size_t>(line.history * lanes) * sizeof(int32_t));
     });
   }
+}
+
+// The steps of a group of rows without masks: addPiece(first, columns, start) brings columns to the line, or nowhere.
+template <typename Row, typename Constants, typename Pixel, typename AddPiece>
+KIP_INLINE void smoothGroup(const LineRequest& line, const Row& row, const Constants& constants, const LineStep* steps,
+                            int64_t count, int32_t* memory, Pixel* const* out, AddPiece&& addPiece) {
+  int64_t rows = 0;
+  for (int64_t i = 0; i < count; ++i) rows += steps[i].isOutput ? 1 : 0;
+  if (rows == 0) return addPiece(0, line.width, nullptr);
+
+  RowWriter<Row, Constants, Pixel> writer(row, constants, 3 * line.box - 2, line.sample, line.outputs, out, rows);
+  const LineMemory lineMemory = {.width = line.width,
+                                 .leftPad = line.leftPad,
+                                 .rightPad = line.rightPad,
+                                 .leftMirror = smaller(line.leftPad, line.width),
+                                 .rightMirror = smaller(line.rightPad, line.width),
+                                 .history = 3 * line.box,
+                                 .piece = pieceWidth(line.width, line.leftPad, line.rightPad, block),
+                                 .memory = memory,
+                                 .lines = 1,
+                                 .distance = 0};
+  forEachPiece(lineMemory, addPiece, [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
+  writer.flush();
 }
 
 }  // namespace

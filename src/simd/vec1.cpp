@@ -3,13 +3,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <optional>
+#include <type_traits>
 
 #include "engine/pixel.hpp"
 #include "engine/setup.hpp"
 #include "frame/memory.hpp"
 #include "frame/processor.hpp"
 #include "kip/host/kmath.h"
+#include "simd/feed_rows.hpp"
 #include "simd/vec1_rows.hpp"
 
 namespace kip {
@@ -73,59 +76,65 @@ ksys_status accept(const ksImage* source, const ksGaussParams& params, std::opti
   return fixedPoint ? 0 : statusFallback;
 }
 
+// The request along the row.
+Vec1Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry, const FixedPoint& fixedPoint) {
+  constexpr int32_t maxNarrowSigma = 15;
+  const int64_t width = geometry.source.width;
+  const int64_t yBox = yKernel(params).box;
+  return {.line = {.width = width,
+                   .readable = std::max(width, vec1Vectors.block),
+                   .leftPad = -int64_t{geometry.padding.x},
+                   .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                   .box = xKernel(params).box,
+                   .sample = params.xSample,
+                   .outputs = geometry.destination.width},
+          .isNarrow = params.xSigma <= maxNarrowSigma && params.ySigma <= maxNarrowSigma,
+          .reach = reachOf(255 * yBox * yBox * yBox, xKernel(params).box),
+          .half = fixedPoint.half,
+          .shift = fixedPoint.shift,
+          .finalShift = fixedPoint.finalShift,
+          .multiplier = fixedPoint.multiplier};
+}
+
 ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destination, const ksGaussParams& params,
                    const RequestGeometry& geometry, const FixedPoint& fixedPoint) {
   const ksIRegion& from = geometry.source;
-  const ksIRegion& to = geometry.destination;
-  const ksIRegion& padding = geometry.padding;
-  const int64_t xBox = xKernel(params).box;
-  const int64_t columns = (int64_t{from.width} + 15) / 16 * 16;
-  const int64_t lineLength = 3 * xBox + columns + padding.width - 1;
-  Buffer<int16_t> first;  // then a row of zeros
-  Buffer<int32_t> second, line;
-  ksys_status status = first.allocateClear(cleanup, columns + columns / 2);
+  const Vec1Line request = makeLine(params, geometry, fixedPoint);
+  const LineRequest& line = request.line;
+  const bool isWidened = line.readable != line.width;
+  Buffer<int32_t> sums, lineMemory;
+  Buffer<uint8_t> rows;  // an absent one, then those that are narrower than a vector
+  ksys_status status = sums.allocateClear(cleanup, sumsSize(line, vec1Vectors));
   if (failed(status)) return status;
-  if (failed(status = second.allocateClear(cleanup, (1 + vec1Rows) * columns))) return status;
-  if (failed(status = line.allocate(cleanup, vec1Rows * lineLength))) return status;
+  status = rows.allocateClear(cleanup, line.readable * (isWidened ? int64_t{from.height} + 1 : 1));
+  if (failed(status)) return status;
+  if (failed(status = lineMemory.allocate(cleanup, lineSize(line, vec1Vectors)))) return status;
   if (params.peakNormalize == 0) {
     ksVImageSetClientZScale(destination, ksImageClientZScale(source) * params.scale);
   }
 
-  const bool is16 = ksVImageType(destination) == 8;
-  const ksVImage* const target = is16 ? ksUSImageVirt(destination) : ksImageVirt(destination);
-  const Vec1Request request{
-      .source = ksImagePixAddr(source, from.x, from.y),
-      .sourceStride = source->stride,
-      .width = from.width,
-      .height = from.height,
-      .leftPad = -int64_t{padding.x},
-      .rightPad = int64_t{padding.width} - 1 + padding.x,
-      .topPad = -int64_t{padding.y},
-      .bottomPad = int64_t{padding.height} - 1 + padding.y,
-      .xBox = xBox,
-      .yBox = yKernel(params).box,
-      .xSample = params.xSample,
-      .ySample = params.ySample,
-      .destination = is16 ? static_cast<void*>(LegacyOf<uint16_t>::address(destination, to.x, to.y))
-                          : LegacyOf<uint8_t>::address(destination, to.x, to.y),
-      .destinationStride = target->stride,
-      .destinationWidth = to.width,
-      .is16 = is16,
-      .half = fixedPoint.half,
-      .shift = fixedPoint.shift,
-      .finalShift = fixedPoint.finalShift,
-      .multiplier = fixedPoint.multiplier,
-      .columns = columns,
-      .first = first.data(),
-      .second = second.data(),
-      .third = second.data() + columns,
-      .zeros = reinterpret_cast<const uint8_t*>(first.data() + columns),
-      .line = line.data(),
+  SourceRows sourceRows(source, from, rows.data());
+  if (isWidened) {
+    uint8_t* const widened = rows.data() + line.readable;
+    for (int64_t y = 0; y < from.height; ++y) {
+      std::memcpy(widened + y * line.readable, sourceRows.at(y), static_cast<size_t>(line.width));
+    }
+    sourceRows = {widened, line.readable, from.height, rows.data()};
+  }
+  const auto run = [&](auto* first, int64_t stride, auto smoothRows) {
+    using Pixel = std::remove_pointer_t<decltype(first)>;
+    return feedRows<Pixel>(
+        params, geometry, sourceRows, vec1Vectors.rows, [](int64_t) -> ksys_status { return 0; },
+        [&](int64_t row) { return first + row * stride / int64_t{sizeof(Pixel)}; },
+        [&](const LineStep* steps, int64_t count, Pixel* const* out) {
+          smoothRows(request, steps, count, sums.data(), lineMemory.data(), out);
+        });
   };
-  constexpr int32_t maxSigma32 = 15;
-  const bool isNarrow = params.xSigma <= maxSigma32 && params.ySigma <= maxSigma32;
-  (isNarrow ? gauss_vec1Rows32 : gauss_vec1Rows64)(request);
-  return 0;
+  const ksIRegion& to = geometry.destination;
+  return ksVImageType(destination) == 8 ? run(LegacyOf<uint16_t>::address(destination, to.x, to.y),
+                                              ksUSImageVirt(destination)->stride, vec1SmoothRows16)
+                                        : run(LegacyOf<uint8_t>::address(destination, to.x, to.y),
+                                              ksImageVirt(destination)->stride, vec1SmoothRows8);
 }
 
 }  // namespace

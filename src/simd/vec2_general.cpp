@@ -2,26 +2,19 @@
 #include "simd/vec2_general.hpp"
 
 #include "simd/line_kernel.hpp"
-#include "simd/piece.hpp"
 
 namespace kip {
 
 namespace {
 
-static_assert(vec2Rows == lanes && vec2Block == block);
+static_assert(vec2Vectors.rows == lanes && vec2Vectors.block == block);
 
 // ---- down the columns
-
-struct ShortSums : ByteSums {
-  using ByteSums::ByteSums;
-  KIP_INLINE void add(const Vec2Step& step, int64_t column) { ByteSums::add(step.row, column); }
-  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
-};
 
 // First sums that need more than 16 bits.
 struct LongSums : WideColumnSums {
   using WideColumnSums::WideColumnSums;
-  KIP_INLINE void add(const Vec2Step& step, int64_t column) {
+  KIP_INLINE void add(const LineStep& step, int64_t column) {
     Vec third[4];
     widenSigned16(difference(step.row, column), third);
     WideColumnSums::add(third);
@@ -50,8 +43,8 @@ struct IntegerRow {
     Vec evenShift, oddShift;
   };
   static Constants constantsOf(const Vec2Line& line) {
-    return {line.box * lanes, _mm256_set1_epi32(static_cast<int32_t>(line.multiplier)), _mm256_set1_epi64x(line.shift),
-            _mm256_set1_epi64x(line.shift - 32)};
+    return {line.line.box * lanes, _mm256_set1_epi32(static_cast<int32_t>(line.multiplier)),
+            _mm256_set1_epi64x(line.shift), _mm256_set1_epi64x(line.shift - 32)};
   }
 
   BoxSums boxes;
@@ -76,7 +69,7 @@ struct DoubleRow {
     int64_t box;
     Doubles reciprocal;
   };
-  static Constants constantsOf(const Vec2Line& line) { return {line.box * lanes, all(1.0 / line.divisor)}; }
+  static Constants constantsOf(const Vec2Line& line) { return {line.line.box * lanes, all(1.0 / line.divisor)}; }
 
   Doubles third;
 
@@ -141,54 +134,21 @@ struct SingleColumn {
 
 // ---- a group of output rows
 
-// The working memory: the sums of all blocks, then the line.
-int64_t sumsSize(const Vec2Line& line) {
-  return (line.width + vec2Block - 1) / vec2Block * 3 * vec2Block;
-}
-int64_t historyWidth(const Vec2Line& line) {
-  return 3 * line.box;
-}
-int64_t pieceWidth(const Vec2Line& line) {
-  return pieceWidth(line.width, line.leftPad, line.rightPad, vec2Block);
-}
-
-KIP_INLINE void addPiece(const Vec2Line& line, const Vec2Step* steps, int64_t count, int64_t first, int64_t columns,
-                         int32_t* memory, FinishedRows& finished, int32_t* start) {
-  const auto put = [](int32_t* to, Vec column) { store(to, column); };
-  line.isShort ? addColumns<ShortSums>(steps, count, line.width, first, columns, memory, finished, start, put)
-               : addColumns<LongSums>(steps, count, line.width, first, columns, memory, finished, start, put);
-}
-
 template <typename Row, typename Pixel>
-void smoothRows(const Vec2Line& line, const Vec2Step* steps, int64_t count, int32_t* memory, Pixel* const* out) {
-  int64_t rows = 0;
-  for (int64_t i = 0; i < count; ++i) rows += steps[i].isOutput ? 1 : 0;
+void smoothRows(const Vec2Line& request, const LineStep* steps, int64_t count, int32_t* memory, Pixel* const* out) {
+  const LineRequest& line = request.line;
   FinishedRows finished;
-  if (rows == 0) return addPiece(line, steps, count, 0, line.width, memory, finished, nullptr);
-
-  RowWriter<Row, typename Row::Constants, Pixel> writer(Row(line), Row::constantsOf(line), 3 * line.box - 2,
-                                                        line.sample, line.outputs, out, rows);
-  const LineMemory lineMemory = {.width = line.width,
-                                 .leftPad = line.leftPad,
-                                 .rightPad = line.rightPad,
-                                 .leftMirror = smaller(line.leftPad, line.width),
-                                 .rightMirror = smaller(line.rightPad, line.width),
-                                 .history = historyWidth(line),
-                                 .piece = pieceWidth(line),
-                                 .memory = memory + sumsSize(line),
-                                 .lines = 1,
-                                 .distance = 0};
-  forEachPiece(
-      lineMemory,
-      [&](int64_t first, int64_t columns, int32_t* start) {
-        addPiece(line, steps, count, first, columns, memory, finished, start);
-      },
-      [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
-  writer.flush();
+  const auto put = [](int32_t* to, Vec column) { store(to, column); };
+  const auto addPiece = [&](int64_t first, int64_t columns, int32_t* start) {
+    request.isShort ? addColumns<ShortSums>(steps, count, line.readable, first, columns, memory, finished, start, put)
+                    : addColumns<LongSums>(steps, count, line.readable, first, columns, memory, finished, start, put);
+  };
+  smoothGroup(line, Row(request), Row::constantsOf(request), steps, count, memory + sumsSize(line, vec2Vectors), out,
+              addPiece);
 }
 
 template <typename Pixel>
-void smoothRows(const Vec2Line& line, const Vec2Step* steps, int64_t count, int32_t* memory, Pixel* const* out) {
+void smoothRows(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory, Pixel* const* out) {
   switch (line.sums) {
     case Vec2Sums::none:
       return smoothRows<SingleColumn>(line, steps, count, memory, out);
@@ -205,15 +165,11 @@ void smoothRows(const Vec2Line& line, const Vec2Step* steps, int64_t count, int3
 
 }  // namespace
 
-int64_t vec2MemorySize(const Vec2Line& line) {
-  return sumsSize(line) + (historyWidth(line) + line.leftPad + pieceWidth(line) + line.rightPad) * vec2Rows;
-}
-
-void vec2SmoothRows8(const Vec2Line& line, const Vec2Step* steps, int64_t count, int32_t* memory, uint8_t* const* out) {
+void vec2SmoothRows8(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory, uint8_t* const* out) {
   smoothRows(line, steps, count, memory, out);
 }
 
-void vec2SmoothRows16(const Vec2Line& line, const Vec2Step* steps, int64_t count, int32_t* memory,
+void vec2SmoothRows16(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory,
                       uint16_t* const* out) {
   smoothRows(line, steps, count, memory, out);
 }

@@ -10,34 +10,15 @@
 #include "frame/attention.hpp"
 #include "frame/check.hpp"
 #include "frame/memory.hpp"
+#include "simd/feed_rows.hpp"
+#include "simd/reach.hpp"
+#include "simd/source_rows.hpp"
 #include "simd/vec2_general.hpp"
 #include "simd/vec2_sigma.hpp"
 
 namespace kip {
 
 namespace {
-
-// The rows of a source rectangle by index: mirrored once at either edge, an absent row beyond.
-class SourceRows {
- public:
-  SourceRows(const ksImage* source, const ksIRegion& rectangle, const uint8_t* absent)
-      : first_(ksImagePixAddr(source, rectangle.x, rectangle.y)),
-        stride_(source->stride),
-        height_(rectangle.height),
-        absent_(absent) {}
-
-  [[nodiscard]] const uint8_t* at(int64_t index) const {
-    if (index < -height_ || index > 2 * height_ - 1) return absent_;
-    if (index < 0) index = -index - 1;
-    return first_ + (index < height_ ? index : 2 * height_ - 1 - index) * stride_;
-  }
-
- private:
-  const uint8_t* first_;
-  int64_t stride_;
-  int64_t height_;
-  const uint8_t* absent_;
-};
 
 // ---- sigma 1 and 2
 
@@ -102,12 +83,16 @@ bool chooseIntegers(const ksGaussParams& params, Vec2Line& line) {
 }
 
 Vec2Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry) {
-  Vec2Line line{.width = geometry.source.width,
-                .leftPad = -int64_t{geometry.padding.x},
-                .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
-                .box = xKernel(params).box,
-                .sample = params.xSample,
-                .outputs = geometry.destination.width,
+  const int64_t xBox = xKernel(params).box;
+  const int64_t yBox = yKernel(params).box;
+  const int64_t width = geometry.source.width;
+  Vec2Line line{.line = {.width = width,
+                         .readable = width,
+                         .leftPad = -int64_t{geometry.padding.x},
+                         .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                         .box = xBox,
+                         .sample = params.xSample,
+                         .outputs = geometry.destination.width},
                 .isShort = params.ySigma <= 63,
                 .sums = Vec2Sums::widest,
                 .divisor = divisor(params),
@@ -115,19 +100,13 @@ Vec2Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry) 
                 .half = 0,
                 .multiplier = 0,
                 .shift = 0};
-  const auto box = static_cast<double>(line.box);
-  const auto yBox = static_cast<double>(yKernel(params).box);
-  const double largestColumn = 255.0 * yBox * yBox * yBox;
-  // a second sum is the difference of sums of two kernels side by side
-  const double largestSecond = largestColumn * std::floor((3.0 * box * box + 1.0) / 4.0);
-  if (line.box == 1) {
+  const Reach reach = reachOf(255 * yBox * yBox * yBox, xBox);
+  if (xBox == 1) {
     line.sums = Vec2Sums::none;
   } else if (chooseIntegers(params, line)) {
     line.sums = Vec2Sums::integer;
-  } else if (largestSecond < 0x1p31) {
-    line.sums = Vec2Sums::narrow;
-  } else if (4.0 * largestColumn < 0x1p31) {
-    line.sums = Vec2Sums::wide;
+  } else if (reach != Reach::nothing) {
+    line.sums = reach == Reach::second ? Vec2Sums::narrow : Vec2Sums::wide;
   }
   return line;
 }
@@ -138,52 +117,28 @@ class GeneralPath {
       : params_(params), geometry_(geometry), line_(makeLine(params, geometry)) {}
 
   [[nodiscard]] ksys_status allocate(Cleanup& cleanup) {
-    const ksys_status status = memory_.allocateClear(cleanup, vec2MemorySize(line_));
-    return failed(status) ? status : absentRow_.allocateClear(cleanup, line_.width);
+    const LineRequest& line = line_.line;
+    const int64_t size = sumsSize(line, vec2Vectors) + lineSize(line, vec2Vectors);
+    const ksys_status status = memory_.allocateClear(cleanup, size);
+    return failed(status) ? status : absentRow_.allocateClear(cleanup, line.width);
   }
 
   template <typename Pixel>
   [[nodiscard]] ksys_status run(const ksImage* source, const ksVImage* destination,
-                                void (*smoothRows)(const Vec2Line&, const Vec2Step*, int64_t, int32_t*,
+                                void (*smoothRows)(const Vec2Line&, const LineStep*, int64_t, int32_t*,
                                                    Pixel* const*)) {
-    const SourceRows rows(source, geometry_.source, absentRow_.data());
-    const int64_t top = geometry_.padding.y;
-    const int64_t end = top + geometry_.source.height + geometry_.padding.height - 1;
-    const int64_t box = yKernel(params_).box;
-    int64_t toNextOutput = geometry_.kernel.height;
-    int32_t y = geometry_.destination.y;
-
-    for (int64_t row = top; row < end;) {
-      const ksys_status status = pollAttention<attentionRows>(row);
-      if (failed(status)) return status;
-      // No output row waits while attention is asked for.
-      const int64_t limit = std::min((row | (attentionRows - 1)) + 1, end);
-      Vec2Step steps[attentionRows];
-      Pixel* out[vec2Rows];
-      int64_t count = 0;
-      int64_t outputs = 0;
-      for (; row < limit && outputs < vec2Rows; ++row) {
-        Vec2Step& step = steps[count++];
-        for (int64_t i = 0; i < 4; ++i) {
-          const int64_t index = row - i * box;
-          step.row[i] = i > 0 && index < top ? absentRow_.data() : rows.at(index);
-        }
-        step.isOutput = --toNextOutput == 0;
-        if (step.isOutput) {
-          toNextOutput = params_.ySample;
-          out[outputs++] = LegacyOf<Pixel>::address(destination, geometry_.destination.x, y++);
-        }
-      }
-      smoothRows(line_, steps, count, memory_.data(), out);
-    }
-    return 0;
+    const ksIRegion& to = geometry_.destination;
+    return feedRows<Pixel>(
+        params_, geometry_, SourceRows(source, geometry_.source, absentRow_.data()), vec2Vectors.rows,
+        pollAttention<64>, [&](int32_t row) { return LegacyOf<Pixel>::address(destination, to.x, to.y + row); },
+        [&](const LineStep* steps, int64_t count, Pixel* const* out) {
+          smoothRows(line_, steps, count, memory_.data(), out);
+        });
   }
 
   [[nodiscard]] double divisorOfSums() const { return line_.divisor; }
 
  private:
-  static constexpr int64_t attentionRows = 64;
-
   const ksGaussParams& params_;
   const RequestGeometry& geometry_;
   Vec2Line line_;
@@ -243,7 +198,7 @@ ksys_status gauss_vec2Sigma2XN(const ksImage* source, const ksVImage* destinatio
 bool gauss_vec2ServesGeneral(const ksGaussParams& params, const RequestGeometry& geometry) {
   constexpr int32_t maxYSigma = 202;  // column sums fit in 32 bits
   const double largest = largestSum(params) / divisor(params) + 1.0;
-  return geometry.source.width >= vec2Block && params.ySigma <= maxYSigma && largest < 2147483647.0;
+  return geometry.source.width >= vec2Vectors.block && params.ySigma <= maxYSigma && largest < 2147483647.0;
 }
 
 ksys_status gauss_vec2General(const ksImage* source, ksVImage* destination, const ksGaussParams& params,
