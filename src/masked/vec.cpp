@@ -64,11 +64,9 @@ ksys_status withCascade(const gauss_bandParams& band, bool all, Run&& run) {
     if (failed(status)) return status;
     const Planes planes = takePlanes<Src>(band, all, rows.readable, wrapper.planes);
     const MaskedPairKernel<Src, Dst>& pair = pairKernel<Src, Dst>(*kernel);
-    if constexpr (sizeof(Src) == 1) {
-      if (kernel == &maskedRowsAvx2 && Sigma1<Dst>::serves(band, rows)) {
-        Sigma1<Dst> sigma1(band, rows);
-        return run(cleanup, wrapper, *kernel, sigma1);
-      }
+    if (kernel == &maskedRowsAvx2 && Sigma1<Src, Dst>::serves(band, rows)) {
+      Sigma1<Src, Dst> sigma1(band, rows, all);
+      return run(cleanup, wrapper, *kernel, sigma1);
     }
     Cascade<Src, Dst> cascade(band, rows, kernel->rows, pair, planes, wrapper.zeroRow);
     return run(cleanup, wrapper, *kernel, cascade);

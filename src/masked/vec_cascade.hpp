@@ -114,22 +114,23 @@ class Cascade {
   int64_t written_ = 0;
 };
 
-// The same by the kernel for sigma 1.
-template <typename Dst>
+// The same by the kernels for sigma 1.
+template <typename Src, typename Dst>
 class Sigma1 {
  public:
   [[nodiscard]] static bool serves(const gauss_bandParams& band, const MaskedRows& rows) {
     const kip_gaussParams& p = band.params;
-    const bool isScaleServed =
-        rows.division == MaskedDivision::plain ||
-        (rows.division == MaskedDivision::gain && sizeof(Dst) == 2 && rows.gainBits <= maskedSigma1GainBits);
-    return p.xSigma == 1 && p.ySigma == 1 && p.xSample == 1 && p.ySample == 1 && isScaleServed &&
+    const bool isGainServed = sizeof(Src) < sizeof(Dst) && rows.gainBits <= maskedSigma1GainBits;
+    return p.xSigma == 1 && p.ySigma == 1 && p.xSample == 1 && p.ySample == 1 &&
+           (p.scale == 1.0 || (rows.division == MaskedDivision::gain && isGainServed)) &&
            std::min(rows.width, rows.outputs) >= maskedSigma1Columns && rows.leftMirror == rows.leftPad &&
            rows.rightMirror == rows.rightPad;
   }
 
-  Sigma1(const gauss_bandParams& band, const MaskedRows& rows)
+  // `all`: every pixel counts.
+  Sigma1(const gauss_bandParams& band, const MaskedRows& rows, bool all)
       : band_(band),
+        all_(all),
         group_{.image = {},
                .mask = {},
                .out = {},
@@ -145,8 +146,8 @@ class Sigma1 {
     for (int64_t first = 0; first < band_.band.height; first += group_.count) {
       group_.count = std::min(maskedSigma1Rows, band_.band.height - first);
       for (int64_t i = 0; i < group_.count + maskedSigma1Taps - 1; ++i) {
-        group_.image[i] = rowOf<uint8_t>(band_.imagePlane, first + i);
-        group_.mask[i] = rowOf<uint8_t>(band_.maskPlane, first + i);
+        group_.image[i] = rowOf<Src>(band_.imagePlane, first + i);
+        group_.mask[i] = all_ ? nullptr : rowOf<uint8_t>(band_.maskPlane, first + i);
       }
       for (int64_t i = 0; i < group_.count; ++i) group_.out[i] = rowOf<Dst>(band_.dst, first + i);
       maskedSigma1(group_);
@@ -156,7 +157,8 @@ class Sigma1 {
 
  private:
   const gauss_bandParams& band_;
-  MaskedSigma1Group<Dst> group_;
+  bool all_;
+  MaskedSigma1Group<Src, Dst> group_;
 };
 
 }  // namespace kip

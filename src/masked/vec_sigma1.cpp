@@ -17,7 +17,7 @@ KIP_INLINE Vec divideWords(Vec dividends, Vec divisors) {
 // Sixteen values from the sums of image and mask, by kind of the outputs.
 
 template <bool IsRounded>
-KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint8_t>&, Vec image, Vec mask) {
+KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint8_t, uint8_t>&, Vec image, Vec mask) {
   if (_mm256_movemask_epi8(_mm256_cmpeq_epi16(mask, _mm256_set1_epi16(64))) == -1) return divide<IsRounded>(image);
   const Vec zero = _mm256_setzero_si256();
   const Vec dividends = IsRounded ? _mm256_add_epi16(image, _mm256_srli_epi16(mask, 1)) : image;
@@ -29,7 +29,7 @@ KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint8_t>&, Vec image, Vec mask) 
 }
 
 template <bool IsRounded>
-KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint16_t>& group, Vec image, Vec mask) {
+KIP_INLINE Vec valuesOf(const MaskedSigma1Group<uint8_t, uint16_t>& group, Vec image, Vec mask) {
   const Vec zero = _mm256_setzero_si256();
   const Vec gain = _mm256_set1_epi32(group.gainBits);
   const auto quotients = [gain](Vec images, Vec masks) {
@@ -50,8 +50,8 @@ KIP_INLINE void storeValues(uint16_t* to, Vec low, Vec high) {
 }
 
 template <bool IsRounded, typename Dst, typename LoadColumns>
-KIP_INLINE void smoothColumns(const MaskedSigma1Group<Dst>& group, const LoadColumns& loadColumns, int64_t ahead,
-                              int64_t at) {
+KIP_INLINE void smoothColumns(const MaskedSigma1Group<uint8_t, Dst>& group, const LoadColumns& loadColumns,
+                              int64_t ahead, int64_t at) {
   Down image[2];
   Down mask[2];
   for (int64_t row = 0; row < group.count + maskedSigma1Taps - 1; ++row) {
@@ -78,7 +78,7 @@ KIP_INLINE void smoothColumns(const MaskedSigma1Group<Dst>& group, const LoadCol
 }
 
 template <bool IsRounded, typename Dst>
-void smoothRows(const MaskedSigma1Group<Dst>& group) {
+void smoothRows(const MaskedSigma1Group<uint8_t, Dst>& group) {
   for (int64_t i = 0; i < group.outputs; i += maskedSigma1Columns) {
     const int64_t at = smaller(i, group.outputs - maskedSigma1Columns);
     const int64_t column = at - group.leftPad;
@@ -93,10 +93,10 @@ void smoothRows(const MaskedSigma1Group<Dst>& group) {
 
 }  // namespace
 
-void maskedSigma1(const MaskedSigma1Group<uint8_t>& group) {
+void maskedSigma1(const MaskedSigma1Group<uint8_t, uint8_t>& group) {
   group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
 }
-void maskedSigma1(const MaskedSigma1Group<uint16_t>& group) {
+void maskedSigma1(const MaskedSigma1Group<uint8_t, uint16_t>& group) {
   group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
 }
 
