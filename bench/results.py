@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The rows of a benchmark run, what they mean and what they should reach."""
 import json
-import pathlib
 import re
 import statistics
 import sys
@@ -52,9 +51,10 @@ class Work:
         return rows[0].ns / rows[1].ns if all(rows) else None
 
 
-def read(folder):
+def read(folders):
+    """The rows of all runs together, and the machine."""
     rows, context = {}, {}
-    for file in sorted(pathlib.Path(folder).glob("*.json")):
+    for file in sorted(file for folder in folders for file in folder.glob("*.json")):
         results = json.loads(file.read_text())
         context = results["context"]
         for entry in results["benchmarks"]:
