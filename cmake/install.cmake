@@ -1,7 +1,7 @@
 # Headers, libraries, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(DIRECTORY include/kip DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/kip DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 install(TARGETS kiphost kipgauss EXPORT kipgauss)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kipgauss)
 install(EXPORT kipgauss NAMESPACE kip:: FILE kipgaussTargets.cmake DESTINATION ${package_dir})

@@ -14,5 +14,6 @@
 #include "host/ksys.h"
 #include "masked.h"
 #include "params.h"
+#include "version.h"
 
 #endif

@@ -21,7 +21,8 @@ KSYS_DECLARATIONS_BEGIN
 typedef struct kip_filterMaskParams {
   int32_t allowMaskedSample; /* 0 or 1. 0: without a sample mask, the source mask serves as the sample mask too */
   int32_t useCoverage;       /* 0: valid where the source mask is set at the sample position; 1: by coverage */
-  double minCoverage;        /* in [0, 1]: the fraction of the kernel's pixels that must be valid under coverage */
+  double minCoverage;        /* in [0, 1]: the fraction of the kernel's pixels that must be valid under coverage, to the
+                                nearest whole number of pixels */
 } kip_filterMaskParams;
 
 /* Per axis, three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped), then every

@@ -50,10 +50,10 @@ comm -23 "$work/list" "$work/public" > "$work/undeclared"
 demand "listed but declared in no public header" "$work/undeclared"
 
 exported "$host" kiphost > "$work/host"
-grep -vE '^(generate_ks|kimg_|kip_pel|kmath_|kprt_|ks(FXform|I(Region|mage)|USImage|VImage)|kstd_|ksys_|kxf)' \
+grep -vE '^(generate_ks|kimg_|kip_(pel|version$)|kmath_|kprt_|ks(FXform|I(Region|mage)|USImage|VImage)|kstd_|ksys_|kxf)' \
   "$work/host" > "$work/foreign" || true
 demand "exported by libkiphost without one of its prefixes" "$work/foreign"
-declared "$source"/include/kip/host/*.h > "$work/operations"
+declared "$source"/include/kip/host/*.h "$source/include/kip/version.h" > "$work/operations"
 comm -23 "$work/operations" "$work/host" > "$work/undefined"
 demand "declared in a header of the host but not exported by libkiphost" "$work/undefined"
 exit $bad

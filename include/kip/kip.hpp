@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+// kipgauss for C++20: header-only over the C interface (kip.h). Link with libkipgauss and libkiphost.
+//
+//   kip::view<Pixel>     pixels in the caller's memory        kip::image<Pixel>   pixels of its own
+//   kip::smooth, kip::smooth_masked, kip::result_mask         Gaussian smoothing, with down-sampling and masks
+//   kip::reduce, kip::pyramid, kip::binomial                  the kernel 1 4 6 4 1, with and without masks
+//
+// Each function has a form that returns new images and throws kip::error, and one named try_ that writes into the
+// caller's views, throws nothing and returns a status. Pixels are used where they are, without copies. The functions
+// may be called from any thread.
+#pragma once
+
+#include "cpp/error.hpp"
+#include "cpp/image.hpp"
+#include "cpp/mask.hpp"
+#include "cpp/reduce.hpp"
+#include "cpp/smooth.hpp"
+#include "cpp/view.hpp"
