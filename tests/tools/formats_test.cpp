@@ -3,6 +3,7 @@
 #include <png.h>
 #include <tiffio.h>
 
+#include <array>
 #include <cmath>
 #include <functional>
 
@@ -93,6 +94,28 @@ TEST(Formats, AreReadToTheLastPixelAndRefusedWhenCut) {
     for (size_t size = 0; size + slack < bytes.size(); size += size < 64 ? 1 : 13) {
       writeBytes(folder / "cut", bytes.substr(0, size));
       EXPECT_THROW(read(folder / "cut"), std::exception) << size;
+    }
+  }
+}
+
+// With rows left out between the pieces.
+TEST(Formats, AreReadInPiecesToo) {
+  const Folder folder;
+  for (const Readable& file : kReadable) {
+    file.make(folder / "in");
+    const tool::Picture whole = read(folder / "in");
+    for (const std::vector<std::array<int32_t, 2>>& pieces :
+         {std::vector<std::array<int32_t, 2>>{{0, 4}, {4, 13}, {13, 27}}, {{3, 5}, {8, 17}, {28, 29}}, {{19, 21}}}) {
+      SCOPED_TRACE(file.name + testing::PrintToString(pieces));
+      tool::InputPicture input(folder / "in");
+      tool::Picture part = tool::Picture::make(kMadeWidth, kMadeHeight, input.size().depth);
+      for (const auto& [first, end] : pieces) {
+        input.read(first, end - first, part, 2);
+        for (int32_t i = 0; i < (end - first) * kMadeWidth; ++i) {
+          const int32_t x = i % kMadeWidth, y = i / kMadeWidth;
+          ASSERT_EQ(part.at(x, 2 + y), whole.at(x, first + y)) << x << ", " << first + y;
+        }
+      }
     }
   }
 }

@@ -11,6 +11,7 @@
 #include "font.hpp"
 #include "kip/gauss.h"
 #include "kip/masked.h"
+#include "kip/version.h"
 #include "library_call.hpp"
 #include "made_files.hpp"
 #include "run_kip.hpp"
@@ -154,6 +155,8 @@ TEST(Program, TellsWhatItDoesAndWhatItIs) {
     EXPECT_NE(smooth.err.find(part), std::string::npos) << smooth.err;
   }
   EXPECT_EQ(runKip({"--version"}).out, "kip " KIP_VERSION "\n");
+  EXPECT_STREQ(kip_version(), KIP_VERSION_STRING);
+  EXPECT_STREQ(kip_version(), KIP_VERSION);
   const Outcome info = runKip({"info"});
   EXPECT_EQ(info.code, 0);
   for (const char* part : {"kip " KIP_VERSION "\n", "vendor ", "AVX2", "portable"}) {

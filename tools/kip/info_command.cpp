@@ -6,6 +6,7 @@
 #include "engines.hpp"
 #include "error.hpp"
 #include "kip/host/ksys.h"
+#include "kip/version.h"
 #include "status_text.hpp"
 
 namespace kip::tool {
@@ -27,7 +28,7 @@ void printInfo() {
   ksys_cpuinfo processor;
   const ksys_status status = ksys_cpuinfo_init(&processor);
   if (status < 0) throw Error("processor information: " + statusText(status));
-  std::printf("kip %s\n\nprocessor: vendor %" PRId32 ", features 0x%08" PRIX32 "\n", KIP_VERSION, processor.vendor,
+  std::printf("kip %s\n\nprocessor: vendor %" PRId32 ", features 0x%08" PRIX32 "\n", kip_version(), processor.vendor,
               static_cast<uint32_t>(processor.features));
   for (const Feature& feature : kFeatures) {
     std::printf("  %-46s %s\n", feature.name, (processor.features & feature.bit) != 0 ? "yes" : "no");

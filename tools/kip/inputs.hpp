@@ -3,16 +3,20 @@
 
 #include <string>
 
-#include "picture.hpp"
+#include "picture_file.hpp"
 
 namespace kip::tool {
 
 // A line for the user on stderr.
 void say(const std::string& text);
 
-// Read pictures and say the notes about them. Throw Error with the name in front.
+// The notes about a picture that has been read.
+void sayNotes(const InputPicture& input);
+
+// A whole picture, and the notes about it. Throws Error with the name in front.
 Picture readInput(const std::string& name);
 // A mask has 8 bits and the size of its picture.
-Picture readMask(const std::string& name, const Picture& masked);
+InputPicture openMask(const std::string& name, const PictureSize& masked);
+Picture readMask(const std::string& name, const PictureSize& masked);
 
 }  // namespace kip::tool

@@ -4,6 +4,7 @@
 
 #include "commands.hpp"
 #include "error.hpp"
+#include "kip/version.h"
 #include "output_file.hpp"
 
 namespace {
@@ -21,7 +22,7 @@ int complain(std::string text, ExitCode code) {
 
 int run(int argc, char** argv) {
   CLI::App app("Gaussian smoothing of grey pictures. Each command has a --help of its own.", "kip");
-  app.set_version_flag("--version", "kip " KIP_VERSION);
+  app.set_version_flag("--version", std::string("kip ") + kip_version());
   app.require_subcommand(1);
   kip::tool::addSmoothCommand(app);
   kip::tool::addReduceCommand(app);

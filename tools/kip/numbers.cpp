@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -65,6 +66,19 @@ std::array<int32_t, 4> parseRectangle(const std::string& option, const std::stri
   if (numbers[0] < 0 || numbers[1] < 0) refuse(option, text, "X and Y must be 0 or more");
   if (numbers[2] < 1 || numbers[3] < 1) refuse(option, text, "W and H must be 1 or more");
   return {numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+int64_t parseBytes(const std::string& option, const std::string& text) {
+  constexpr std::string_view units = "KMG";
+  const size_t unit = text.empty() ? std::string_view::npos : units.find(text.back());
+  const bool hasUnit = unit != std::string_view::npos;
+  const int shift = hasUnit ? 10 * static_cast<int>(unit + 1) : 0;
+  int64_t number = 0;
+  if (!parseAll(text.substr(0, text.size() - (hasUnit ? 1 : 0)), number)) {
+    refuse(option, text, "a whole number of bytes is expected, or of K, M or G, such as 256M");
+  }
+  if (number < 1 || number > INT64_MAX >> shift) refuse(option, text, "is out of range");
+  return number << shift;
 }
 
 double parsePositive(const std::string& option, const std::string& text) {

@@ -18,6 +18,8 @@ std::array<int32_t, 2> parsePair(const std::string& option, const std::string& t
 std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text);
 // One whole number from `least` to `most`.
 int32_t parseCount(const std::string& option, const std::string& text, int32_t least, int32_t most);
+// "256M": a whole number above 0 of bytes, or of K, M or G (2^10, 2^20, 2^30) bytes; below 2^63.
+int64_t parseBytes(const std::string& option, const std::string& text);
 // A finite number above 0.
 double parsePositive(const std::string& option, const std::string& text);
 // A number from 0 to 1.

@@ -19,12 +19,17 @@ void Outputs::addSheet(const std::string& name) {
   add(name);
 }
 
+OutputPicture& Outputs::start(const PictureSize& size) {
+  Entry& entry = entries_.at(started_++);
+  return entry.picture.emplace(entry.file, entry.format, size);
+}
+
 void Outputs::write(const Picture& picture) {
-  Entry& entry = entries_.at(written_++);
-  writePicture(entry.file, entry.format, picture);
+  start(picture).write(picture, 0, picture.height);
 }
 
 void Outputs::commit() {
+  for (Entry& entry : entries_) entry.picture->finish();
   for (Entry& entry : entries_) entry.file.commit();
 }
 

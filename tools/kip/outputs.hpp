@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 #include <string>
 
 #include "output_file.hpp"
@@ -17,8 +18,11 @@ class Outputs {
   void add(const std::string& name);
   // The same for a sheet, which is a PNG file.
   void addSheet(const std::string& name);
-  // Writes the files in the order in which they were added.
+  // Begin the files' pictures in the order in which they were added: one that is written piece by piece, or a whole
+  // one.
+  OutputPicture& start(const PictureSize& size);
   void write(const Picture& picture);
+  // After the last row of every picture.
   void commit();
 
  private:
@@ -26,9 +30,10 @@ class Outputs {
     explicit Entry(const std::string& name) : format(formatOfName(name)), file(name) {}
     Format format;
     OutputFile file;
+    std::optional<OutputPicture> picture;
   };
   std::deque<Entry> entries_;
-  size_t written_ = 0;
+  size_t started_ = 0;
 };
 
 }  // namespace kip::tool

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pgm_file.hpp"
 
+#include <sys/types.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -49,47 +51,91 @@ uint16_t stretch(uint32_t value, uint32_t largest, uint32_t full) {
   return static_cast<uint16_t>(largest == full ? value : (value * full + largest / 2) / largest);
 }
 
-}  // namespace
+class PgmReader : public PictureReader {
+ public:
+  PgmReader(std::FILE* file, const PictureSize& size, bool plain, uint32_t largest)
+      : PictureReader(size),
+        file_(file),
+        plain_(plain),
+        largest_(largest),
+        full_(size.depth == 8 ? 255 : 65535),
+        line_(size.rowSize()) {}
 
-Picture readPgm(std::FILE* file) {
-  const int p = std::getc(file), kind = std::getc(file);
-  if (p != 'P' || (kind != '2' && kind != '5')) failReading("the file does not begin with P2 or P5");
-  const bool plain = kind == '2';
-  const uint32_t width = readNumber(file), height = readNumber(file), largest = readNumber(file);
-  if (largest < 1 || largest > 65535) failReading("the largest value is " + std::to_string(largest));
+  void read(int32_t first, int32_t count, Picture& to, int32_t at) override {
+    skip(first - next_);
+    for (int32_t y = 0; y < count; ++y) readRow(to.row(at + y));
+    next_ = first + count;
+  }
 
-  Picture picture = Picture::make(width, height, largest > 255 ? 16 : 8);
-  const uint32_t full = picture.depth == 8 ? 255 : 65535;
-  std::vector<uint8_t> line(picture.rowSize());
-  size_t next = 0;
-  for (int32_t y = 0; y < picture.height; ++y) {
-    if (!plain && std::fread(line.data(), 1, line.size(), file) != line.size()) failAtEnd(file);
-    for (size_t x = 0; x < width; ++x, ++next) {
-      if (picture.depth == 8) {
-        picture.pixels8[next] = static_cast<uint8_t>(stretch(plain ? readNumber(file) : line[x], largest, full));
-      } else {
-        const uint32_t stored = plain ? readNumber(file) : uint32_t{line[2 * x]} << 8 | line[2 * x + 1];
-        picture.pixels16[next] = stretch(stored, largest, full);
+ private:
+  void skip(int32_t rows) {
+    for (int32_t y = 0; plain_ && y < rows; ++y) readRow(line_.data());
+    if (plain_ || rows == 0) return;
+    if (fseeko(file_, static_cast<off_t>(line_.size()) * rows, SEEK_CUR) != 0) failReading(std::strerror(errno));
+  }
+
+  void readRow(uint8_t* row) {
+    if (!plain_ && std::fread(row, 1, line_.size(), file_) != line_.size()) failAtEnd(file_);
+    if (size().depth == 8) {
+      if (!plain_ && largest_ == full_) return;
+      for (size_t x = 0; x < line_.size(); ++x) {
+        row[x] = static_cast<uint8_t>(stretch(plain_ ? readNumber(file_) : row[x], largest_, full_));
+      }
+    } else {
+      for (size_t i = 0; i < line_.size(); i += 2) {
+        const uint32_t stored = plain_ ? readNumber(file_) : uint32_t{row[i]} << 8 | row[i + 1];
+        const uint16_t pixel = stretch(stored, largest_, full_);
+        std::memcpy(row + i, &pixel, sizeof pixel);
       }
     }
   }
-  return picture;
+
+  std::FILE* file_;
+  bool plain_;
+  uint32_t largest_, full_;
+  std::vector<uint8_t> line_;  // of rows that nobody wants
+  int32_t next_ = 0;
+};
+
+class PgmWriter : public PictureWriter {
+ public:
+  PgmWriter(std::FILE* file, const PictureSize& size) : file_(file), size_(size), line_(size.rowSize()) {
+    std::fprintf(file, "P5\n%d %d\n%d\n", size.width, size.height, size.depth == 8 ? 255 : 65535);
+  }
+
+  void writeRow(const uint8_t* row) override {
+    if (size_.depth == 16) {
+      for (size_t i = 0; i < line_.size(); i += 2) {
+        uint16_t value = 0;
+        std::memcpy(&value, row + i, sizeof value);
+        line_[i] = static_cast<uint8_t>(value >> 8);
+        line_[i + 1] = static_cast<uint8_t>(value);
+      }
+      row = line_.data();
+    }
+    std::fwrite(row, 1, line_.size(), file_);
+    if (std::ferror(file_) != 0) throw Error(std::string("cannot write: ") + std::strerror(errno));
+  }
+
+ private:
+  std::FILE* file_;
+  PictureSize size_;
+  std::vector<uint8_t> line_;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureReader> openPgm(std::FILE* file) {
+  const int p = std::getc(file), kind = std::getc(file);
+  if (p != 'P' || (kind != '2' && kind != '5')) failReading("the file does not begin with P2 or P5");
+  const uint32_t width = readNumber(file), height = readNumber(file), largest = readNumber(file);
+  if (largest < 1 || largest > 65535) failReading("the largest value is " + std::to_string(largest));
+  return std::make_unique<PgmReader>(file, PictureSize::make(width, height, largest > 255 ? 16 : 8), kind == '2',
+                                     largest);
 }
 
-void writePgm(std::FILE* file, const Picture& picture) {
-  std::fprintf(file, "P5\n%d %d\n%d\n", picture.width, picture.height, picture.depth == 8 ? 255 : 65535);
-  std::vector<uint8_t> line(picture.rowSize());
-  for (int32_t y = 0; y < picture.height; ++y) {
-    const uint8_t* bytes = picture.row(y);
-    for (int32_t x = 0; picture.depth == 16 && x < picture.width; ++x) {
-      const uint32_t value = picture.at(x, y);
-      line[2 * static_cast<size_t>(x)] = static_cast<uint8_t>(value >> 8);
-      line[2 * static_cast<size_t>(x) + 1] = static_cast<uint8_t>(value);
-      bytes = line.data();
-    }
-    std::fwrite(bytes, 1, line.size(), file);
-    if (std::ferror(file) != 0) throw Error(std::string("cannot write: ") + std::strerror(errno));
-  }
+std::unique_ptr<PictureWriter> startPgm(std::FILE* file, const PictureSize& size) {
+  return std::make_unique<PgmWriter>(file, size);
 }
 
 }  // namespace kip::tool

@@ -5,23 +5,33 @@
 
 namespace kip::tool {
 
-Picture Picture::make(int64_t width, int64_t height, int32_t depth) {
+PictureSize PictureSize::make(int64_t width, int64_t height, int32_t depth) {
   if (width < 1 || height < 1) throw Error("has no pixels (" + sizeText(width, height) + ")");
-  if (width > kMaxSide || height > kMaxSide || width * height > kMaxPixels) {
+  if (width > kMaxSide || height > kMaxSide) {
     throw Error("is too large: " + sizeText(width, height) + " pixels; at most " + std::to_string(kMaxSide) +
-                " a side and " + std::to_string(kMaxPixels) + " in all are taken");
+                " a side are taken");
   }
-  Picture picture;
-  picture.width = static_cast<int32_t>(width);
-  picture.height = static_cast<int32_t>(height);
-  picture.depth = depth;
-  const auto count = static_cast<size_t>(width * height);
-  if (depth == 8) {
-    picture.pixels8.resize(count);
-  } else {
-    picture.pixels16.resize(count);
+  return {static_cast<int32_t>(width), static_cast<int32_t>(height), depth};
+}
+
+Picture Picture::make(int64_t width, int64_t height, int32_t depth) {
+  Picture picture{PictureSize::make(width, height, depth), {}, {}};
+  if (width * height > kMaxPixels) {
+    throw Error("is too large: " + sizeText(width, height) + " pixels; at most " + std::to_string(kMaxPixels) +
+                " are taken into memory");
   }
+  picture.setHeight(picture.height);
   return picture;
+}
+
+void Picture::setHeight(int32_t rows) {
+  height = rows;
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(rows);
+  if (depth == 8) {
+    pixels8.resize(count);
+  } else {
+    pixels16.resize(count);
+  }
 }
 
 std::string sizeText(int64_t width, int64_t height) {

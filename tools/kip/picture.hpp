@@ -10,7 +10,8 @@
 
 namespace kip::tool {
 
-// What a picture may measure. A file's header is held against these before memory is taken for its pixels.
+// What a picture may measure, and how much of it may lie in memory at once. A file's header is held against these
+// before memory is taken for its pixels.
 constexpr int64_t kMaxSide = 1'000'000;
 constexpr int64_t kMaxPixels = int64_t{1} << 30;
 
@@ -37,17 +38,26 @@ struct UntouchedZeros {
 template <typename Element>
 using Zeros = std::vector<Element, UntouchedZeros<Element>>;
 
-// A grey picture: rows top to bottom, nothing between them, 0 is black and the largest value white.
-struct Picture {
+struct PictureSize {
   int32_t width = 0, height = 0;
-  int32_t depth = 8;         // bits of a pixel: 8 or 16
+  int32_t depth = 8;  // bits of a pixel: 8 or 16
+
+  // Throws Error when a side has no pixel or too many.
+  static PictureSize make(int64_t width, int64_t height, int32_t depth);
+
+  size_t rowSize() const { return static_cast<size_t>(width) * static_cast<size_t>(depth / 8); }
+};
+
+// A grey picture: rows top to bottom, nothing between them, 0 is black and the largest value white.
+struct Picture : PictureSize {
   Zeros<uint8_t> pixels8;    // filled when depth is 8
   Zeros<uint16_t> pixels16;  // filled when depth is 16
 
   // A black picture. Throws Error when it measures nothing or too much.
   static Picture make(int64_t width, int64_t height, int32_t depth);
+  // Keeps the upper rows, or adds rows of any pixels.
+  void setHeight(int32_t rows);
 
-  size_t rowSize() const { return static_cast<size_t>(width) * static_cast<size_t>(depth / 8); }
   // The bytes of row y, 16-bit pixels in the machine's byte order.
   uint8_t* row(int32_t y) { return const_cast<uint8_t*>(static_cast<const Picture*>(this)->row(y)); }
   const uint8_t* row(int32_t y) const {

@@ -29,18 +29,29 @@ auto named(const std::string& name, const Work& work) {
   }
 }
 
-Picture readOpen(std::FILE* file, std::vector<std::string>& notes) {
+std::FILE* openRegular(const std::string& name) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(name, error);
+  if (error) throw Error(name + ": " + error.message());
+  if (std::filesystem::is_directory(status)) throw Error(name + ": is a directory");
+  if (!std::filesystem::is_regular_file(status)) throw Error(name + ": is not a regular file");
+  std::FILE* const file = std::fopen(name.c_str(), "rbe");
+  if (file == nullptr) throw Error(name + ": " + std::strerror(errno));
+  return file;
+}
+
+std::unique_ptr<PictureReader> openByContent(std::FILE* file, std::vector<std::string>& notes) {
   using namespace std::string_view_literals;
   char bytes[8];
   const std::string_view head(bytes, std::fread(bytes, 1, sizeof bytes, file));
   if (std::ferror(file) != 0) throw Error(std::strerror(errno));
   if (head.empty()) throw Error("is empty");
   std::rewind(file);
-  if (head == "\x89PNG\r\n\x1a\n"sv) return readPng(file);
+  if (head == "\x89PNG\r\n\x1a\n"sv) return openPng(file);
   for (const auto magic : {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv}) {
-    if (head.starts_with(magic)) return readTiff(file, notes);
+    if (head.starts_with(magic)) return openTiff(file, notes);
   }
-  if (head.starts_with("P2") || head.starts_with("P5")) return readPgm(file);
+  if (head.starts_with("P2") || head.starts_with("P5")) return openPgm(file);
   if (head.starts_with("P3") || head.starts_with("P6")) refuseNotGrey("a colour picture");
   throw Error("is neither a PNG, a TIFF nor a PGM file");
 }
@@ -57,21 +68,48 @@ Format formatOfName(const std::string& name) {
   throw UsageError(name + ": the name of a picture to write ends in .png, .tif, .tiff or .pgm");
 }
 
+InputPicture::InputPicture(const std::string& name) : name_(name), file_(openRegular(name), std::fclose) {
+  reader_ = named(name_, [&] { return openByContent(file_.get(), notes_); });
+}
+
+void InputPicture::read(int32_t first, int32_t count, Picture& to, int32_t at) {
+  named(name_, [&] { reader_->read(first, count, to, at); });
+}
+
+Picture InputPicture::readAll() {
+  return named(name_, [&] {
+    Picture picture = Picture::make(size().width, size().height, size().depth);
+    reader_->read(0, picture.height, picture, 0);
+    return picture;
+  });
+}
+
+OutputPicture::OutputPicture(OutputFile& file, Format format, const PictureSize& size) : file_(file) {
+  const auto start = format == Format::png ? startPng : format == Format::tiff ? startTiff : startPgm;
+  writer_ = named(file.name(), [&] { return start(file.stream(), size); });
+}
+
+void OutputPicture::write(const Picture& picture, int32_t first, int32_t count) {
+  named(file_.name(), [&] {
+    for (int32_t y = first; y < first + count; ++y) writer_->writeRow(picture.row(y));
+  });
+}
+
+void OutputPicture::finish() {
+  named(file_.name(), [&] { writer_->finish(); });
+  file_.finish();
+}
+
 Picture readPicture(const std::string& name, std::vector<std::string>& notes) {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::status(name, error);
-  if (error) throw Error(name + ": " + error.message());
-  if (std::filesystem::is_directory(status)) throw Error(name + ": is a directory");
-  if (!std::filesystem::is_regular_file(status)) throw Error(name + ": is not a regular file");
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rbe"), std::fclose);
-  if (file == nullptr) throw Error(name + ": " + std::strerror(errno));
-  return named(name, [&] { return readOpen(file.get(), notes); });
+  InputPicture input(name);
+  notes.insert(notes.end(), input.notes().begin(), input.notes().end());
+  return input.readAll();
 }
 
 void writePicture(OutputFile& file, Format format, const Picture& picture) {
-  const auto write = format == Format::png ? writePng : format == Format::tiff ? writeTiff : writePgm;
-  named(file.name(), [&] { write(file.stream(), picture); });
-  file.finish();
+  OutputPicture output(file, format, picture);
+  output.write(picture, 0, picture.height);
+  output.finish();
 }
 
 }  // namespace kip::tool

@@ -97,44 +97,97 @@ void refuseUnlessGrey(const Png& png, int colourType) {
   }
 }
 
+class PngReader : public PictureReader {
+ public:
+  PngReader(std::unique_ptr<Png> png, const PictureSize& size, bool interlaced)
+      : PictureReader(size), png_(std::move(png)), interlaced_(interlaced), line_(size.rowSize()) {
+    if (interlaced) whole_ = Picture::make(size.width, size.height, size.depth);
+  }
+
+  void read(int32_t first, int32_t count, Picture& to, int32_t at) override {
+    if (interlaced_) {
+      if (next_ == 0) readWhole();
+      std::memcpy(to.row(at), whole_.row(first), static_cast<size_t>(count) * whole_.rowSize());
+      return;
+    }
+    png_->run(kReading, [&] {
+      for (; next_ < first; ++next_) png_read_row(png_->handle, line_.data(), nullptr);
+      for (; next_ < first + count; ++next_) png_read_row(png_->handle, to.row(at + next_ - first), nullptr);
+      if (next_ == size().height) png_read_end(png_->handle, nullptr);
+    });
+  }
+
+  int64_t keptBytes() const override {
+    return interlaced_ ? static_cast<int64_t>(whole_.rowSize()) * whole_.height : 0;
+  }
+
+ private:
+  void readWhole() {
+    std::vector<png_bytep> rows;
+    for (int32_t y = 0; y < whole_.height; ++y) rows.push_back(whole_.row(y));
+    png_->run(kReading, [&] {
+      png_read_image(png_->handle, rows.data());
+      png_read_end(png_->handle, nullptr);
+    });
+    next_ = whole_.height;
+  }
+
+  std::unique_ptr<Png> png_;
+  bool interlaced_;
+  std::vector<uint8_t> line_;  // of rows that nobody wants
+  Picture whole_;
+  int32_t next_ = 0;
+};
+
+class PngWriter : public PictureWriter {
+ public:
+  PngWriter(std::FILE* file, const PictureSize& size) : png_(file, true) {
+    png_.run(kWriting, [&] {
+      png_set_IHDR(png_.handle, png_.info, static_cast<png_uint_32>(size.width), static_cast<png_uint_32>(size.height),
+                   size.depth, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                   PNG_FILTER_TYPE_DEFAULT);
+      png_write_info(png_.handle, png_.info);
+      if (size.depth == 16 && std::endian::native == std::endian::little) png_set_swap(png_.handle);
+    });
+  }
+
+  void writeRow(const uint8_t* row) override {
+    png_.run(kWriting, [&] { png_write_row(png_.handle, row); });
+  }
+
+  void finish() override {
+    png_.run(kWriting, [&] { png_write_end(png_.handle, nullptr); });
+  }
+
+ private:
+  Png png_;
+};
+
 }  // namespace
 
-Picture readPng(std::FILE* file) {
-  Png png(file, false);
+std::unique_ptr<PictureReader> openPng(std::FILE* file) {
+  auto png = std::make_unique<Png>(file, false);
   png_uint_32 width = 0, height = 0;
-  int bits = 0, colourType = 0;
-  png.run(kReading, [&] {
-    png_set_user_limits(png.handle, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-    png_read_info(png.handle, png.info);
-    png_get_IHDR(png.handle, png.info, &width, &height, &bits, &colourType, nullptr, nullptr, nullptr);
+  int bits = 0, colourType = 0, interlace = 0;
+  png->run(kReading, [&] {
+    png_set_user_limits(png->handle, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+    png_read_info(png->handle, png->info);
+    png_get_IHDR(png->handle, png->info, &width, &height, &bits, &colourType, &interlace, nullptr, nullptr);
   });
-  refuseUnlessGrey(png, colourType);
+  refuseUnlessGrey(*png, colourType);
 
-  Picture picture = Picture::make(width, height, bits == 16 ? 16 : 8);
-  std::vector<png_bytep> rows;
-  for (int32_t y = 0; y < picture.height; ++y) rows.push_back(picture.row(y));
-  png.run(kReading, [&] {
-    if (bits < 8) png_set_expand_gray_1_2_4_to_8(png.handle);
-    if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png.handle);
-    png_set_interlace_handling(png.handle);
-    png_read_update_info(png.handle, png.info);
-    png_read_image(png.handle, rows.data());
-    png_read_end(png.handle, nullptr);
+  const PictureSize size = PictureSize::make(width, height, bits == 16 ? 16 : 8);
+  png->run(kReading, [&] {
+    if (bits < 8) png_set_expand_gray_1_2_4_to_8(png->handle);
+    if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png->handle);
+    png_set_interlace_handling(png->handle);
+    png_read_update_info(png->handle, png->info);
   });
-  return picture;
+  return std::make_unique<PngReader>(std::move(png), size, interlace != PNG_INTERLACE_NONE);
 }
 
-void writePng(std::FILE* file, const Picture& picture) {
-  Png png(file, true);
-  png.run(kWriting, [&] {
-    png_set_IHDR(png.handle, png.info, static_cast<png_uint_32>(picture.width),
-                 static_cast<png_uint_32>(picture.height), picture.depth, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png.handle, png.info);
-    if (picture.depth == 16 && std::endian::native == std::endian::little) png_set_swap(png.handle);
-    for (int32_t y = 0; y < picture.height; ++y) png_write_row(png.handle, picture.row(y));
-    png_write_end(png.handle, nullptr);
-  });
+std::unique_ptr<PictureWriter> startPng(std::FILE* file, const PictureSize& size) {
+  return std::make_unique<PngWriter>(file, size);
 }
 
 }  // namespace kip::tool

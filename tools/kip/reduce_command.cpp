@@ -2,9 +2,8 @@
 #include <memory>
 
 #include "commands.hpp"
-#include "error.hpp"
-#include "inputs.hpp"
 #include "mask_options.hpp"
+#include "memory_option.hpp"
 #include "numbers.hpp"
 #include "outputs.hpp"
 #include "reduction.hpp"
@@ -13,7 +12,7 @@ namespace kip::tool {
 namespace {
 
 struct Arguments {
-  std::string in, out, levels = "1";
+  std::string in, out, levels = "1", memory = kDefaultMemory;
   bool x = false, y = false;
   MaskOptions masks;
 };
@@ -25,12 +24,19 @@ void runReduce(const Arguments& arguments) {
   outputs.add(arguments.out);
   if (!arguments.masks.maskOut.empty()) outputs.add(arguments.masks.maskOut);
 
-  MaskedPicture result{readInput(arguments.in), std::nullopt};
-  refuseMissingLevels(arguments.in, result.picture, axes, levels);
-  if (!arguments.masks.mask.empty()) result.mask = readMask(arguments.masks.mask, result.picture);
-  for (int32_t level = 0; level < levels; ++level) result = reduce(arguments.in, result, axes);
-  outputs.write(result.picture);
-  if (!arguments.masks.maskOut.empty()) outputs.write(*result.mask);
+  Sources sources({arguments.in, arguments.masks.mask, ""});
+  const PictureSize& size = sources.size();
+  refuseMissingLevels(arguments.in, size, axes, levels);
+  const int32_t xHalvings = axes == Axes::y ? 0 : levels, yHalvings = axes == Axes::x ? 0 : levels;
+  const BandRule rule = makeReductionRule(sources, axes, levels);
+  const auto work = [&](SourcePictures& source, Rows sourceRows, Rows) -> BandResult {
+    MaskedPicture result = reduce(arguments.in, source, axes);
+    for (int32_t level = 1; level < levels; ++level) result = reduce(arguments.in, result, axes);
+    return {std::move(result), sourceRows.begin >> yHalvings};
+  };
+  processBands(rule, cutIntoBands(rule, sources, arguments.memory), sources,
+               {size.width >> xHalvings, size.height >> yHalvings, size.depth}, work, outputs,
+               !arguments.masks.maskOut.empty());
   outputs.commit();
 }
 
@@ -45,6 +51,10 @@ Values
   centred on source pixel 0. Along both axes there is one rounding: --x and then --y may differ from it by one.
   A mask weights the pixels of IN, 0 (left out) to 255; where nothing has weight the result is 0. The result's mask is
   the rounded mean of the mask with the same weights. Each level takes the result's mask of the level before.
+
+Memory
+  A picture for which --memory does not suffice is done in bands of rows, with the same pixels as at once. An interlaced
+  PNG is held whole.
 
 Examples
   kip reduce in.png half.png
@@ -66,6 +76,7 @@ void addReduceCommand(CLI::App& app) {
       ->capture_default_str();
   CLI::Option* mask = addMaskOption(*command, arguments->masks);
   addMaskOutOption(*command, arguments->masks)->needs(mask);
+  addMemoryOption(*command, arguments->memory);
   command->footer(kFooter + 1);
   command->callback([arguments] { runReduce(*arguments); });
 }

@@ -29,7 +29,7 @@ int32_t countHalvings(int32_t length) {
 
 }  // namespace
 
-void refuseMissingLevels(const std::string& name, const Picture& picture, Axes axes, int32_t levels) {
+void refuseMissingLevels(const std::string& name, const PictureSize& picture, Axes axes, int32_t levels) {
   const int32_t x = countHalvings(picture.width), y = countHalvings(picture.height);
   const int32_t most = axes == Axes::x ? x : axes == Axes::y ? y : std::min(x, y);
   if (levels <= most) return;
@@ -43,6 +43,29 @@ MaskedPicture reduce(const std::string& name, MaskedPicture& source, Axes axes) 
   return apply(name, source, [&](auto* src, auto* srcMask, auto* dst, auto* dstMask) {
     return srcMask == nullptr ? functions.plain[depth](src, dst) : functions.masked[depth](src, srcMask, dst, dstMask);
   });
+}
+
+BandRule makeReductionRule(const Sources& sources, Axes axes, int32_t levels) {
+  const int32_t height = sources.size().height;
+  const int32_t halvings = axes == Axes::x ? 0 : levels;
+  BandRule rule{};
+  rule.result = {0, height >> halvings};
+  // the kernels of all levels together reach less than two rows of the result up and less than one down
+  rule.sourceOf = [=](Rows band) -> Rows {
+    if (halvings == 0) return band;
+    const auto sourceRow = [&](int32_t row) {
+      return std::min(int64_t{std::max(row, 0)} << halvings, int64_t{height});
+    };
+    const bool isLast = band.end == height >> halvings;
+    return {static_cast<int32_t>(sourceRow(band.begin - 2)),
+            isLast ? height : static_cast<int32_t>(sourceRow(band.end + 1))};
+  };
+  rule.leastRows = 8;  // below five rows some engines leave a level to others
+  rule.fixedBytes = int64_t{sources.size().width} * 64;
+  // the first level's result twice; along one axis, the unsampled result too
+  const int64_t rowBytes = sources.rowBytes();
+  rule.bytesPerRow = axes == Axes::both ? rowBytes + rowBytes / 2 + 2 : 3 * rowBytes;
+  return rule;
 }
 
 }  // namespace kip::tool

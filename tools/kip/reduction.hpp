@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "library_image.hpp"
+#include "bands.hpp"
 
 namespace kip::tool {
 
@@ -11,9 +11,12 @@ enum class Axes { both, x, y };
 constexpr int32_t kMaxLevels = 20;
 
 // Throws Error when the picture is gone before it has been halved so often.
-void refuseMissingLevels(const std::string& name, const Picture& picture, Axes axes, int32_t levels);
+void refuseMissingLevels(const std::string& name, const PictureSize& picture, Axes axes, int32_t levels);
 
 // One level: half the size, rounded down. Throws Error with the name in front.
 MaskedPicture reduce(const std::string& name, MaskedPicture& source, Axes axes);
+
+// Several levels in bands.
+BandRule makeReductionRule(const Sources& sources, Axes axes, int32_t levels);
 
 }  // namespace kip::tool

@@ -8,20 +8,12 @@
 #include "numbers.hpp"
 #include "outputs.hpp"
 #include "sheet.hpp"
-#include "smooth_request.hpp"
+#include "smoothing.hpp"
 
 namespace kip::tool {
 namespace {
 
-// The library's fastest mask step takes 0 and 255 alone.
-std::optional<Picture> readBinaryMask(const std::string& name, const Picture& masked) {
-  if (name.empty()) return std::nullopt;
-  Picture mask = readMask(name, masked);
-  for (uint8_t& pixel : mask.pixels8) pixel = pixel != 0 ? 255 : 0;
-  return mask;
-}
-
-Picture makeSmoothSheet(const Picture& before, const SmoothResult& after, const SmoothArguments& arguments) {
+Picture makeSmoothSheet(const Picture& before, const BandResult& after, const SmoothArguments& arguments) {
   std::string caption = "after: sigma " + arguments.sigma;
   if (arguments.sample != "1") caption += ", sample " + arguments.sample;
   if (arguments.scale != "1") caption += ", scale " + arguments.scale;
@@ -35,15 +27,16 @@ Picture makeSmoothSheet(const Picture& before, const SmoothResult& after, const 
   return makeSheet(entries, 3);
 }
 
-void report(const Picture& source, const SmoothResult& result, const SmoothArguments& arguments) {
+void report(const PictureSize& source, const Smoothing& smoothing, size_t bands, const SmoothArguments& arguments) {
+  const PictureSize& result = smoothing.size();
   say(arguments.in + ": " + sizeText(source.width, source.height) + " pixels of " + std::to_string(source.depth) +
       " bits");
-  say(arguments.out + ": " + sizeText(result.picture.width, result.picture.height) + " pixels of " +
-      std::to_string(result.picture.depth) + " bits, the first one at (" + std::to_string(result.x) + ", " +
-      std::to_string(result.y) + ")");
+  say(arguments.out + ": " + sizeText(result.width, result.height) + " pixels of " + std::to_string(result.depth) +
+      " bits, the first one at (" + std::to_string(smoothing.x()) + ", " + std::to_string(smoothing.y()) + ")");
   char time[40];
-  std::snprintf(time, sizeof time, "%.2f ms", result.milliseconds);
-  say("engine: " + result.engine + ", time of the library call: " + time);
+  std::snprintf(time, sizeof time, "%.2f ms", smoothing.milliseconds());
+  say("engine: " + smoothing.engine() + ", time of the library call: " + time +
+      (bands > 1 ? " in " + std::to_string(bands) + " bands" : ""));
 }
 
 void runSmooth(const SmoothArguments& arguments) {
@@ -53,22 +46,27 @@ void runSmooth(const SmoothArguments& arguments) {
   if (!arguments.masks.maskOut.empty()) outputs.add(arguments.masks.maskOut);
   if (!arguments.sheet.empty()) outputs.addSheet(arguments.sheet);
 
-  SmoothSource source{readInput(arguments.in), std::nullopt, std::nullopt};
-  source.mask = readBinaryMask(arguments.masks.mask, source.picture);
-  source.sampleMask = readBinaryMask(arguments.sampleMask, source.picture);
-  const SmoothResult result = smooth(source, request, arguments);
-  outputs.write(result.picture);
-  if (!arguments.masks.maskOut.empty()) outputs.write(*result.mask);
-  if (!arguments.sheet.empty()) outputs.write(makeSmoothSheet(source.picture, result, arguments));
+  Sources sources({arguments.in, arguments.masks.mask, arguments.sampleMask});
+  Smoothing smoothing(request, arguments, sources);
+  const BandRule rule = smoothing.rule();
+  const std::vector<Rows> bands = cutIntoBands(rule, sources, arguments.memory);
+  Picture sheet;
+  const auto work = [&](SourcePictures& source, Rows sourceRows, Rows band) {
+    BandResult result = smoothing.smooth(source, sourceRows, band);
+    if (!arguments.sheet.empty()) sheet = makeSmoothSheet(source.picture, result, arguments);
+    return result;
+  };
+  processBands(rule, bands, sources, smoothing.size(), work, outputs, !arguments.masks.maskOut.empty());
+  if (!arguments.sheet.empty()) outputs.write(sheet);
   outputs.commit();
-  if (arguments.verbose) report(source.picture, result, arguments);
+  if (arguments.verbose) report(sources.size(), smoothing, bands.size(), arguments);
 }
 
 constexpr char kFooter[] = R"(
 Pictures
   IN   8-bit or 16-bit grey PNG, TIFF or PGM, recognised by content. 1-, 2- and 4-bit pixels are stretched to 8 bits;
        other grey ranges of a PGM likewise. Colour, palettes, transparency, signed and floating-point pixels are
-       refused. At most 1 000 000 pixels a side and 2^30 in all.
+       refused. At most 1 000 000 pixels a side.
   OUT  written as .png, .tif, .tiff or .pgm, by its name; replaced only when all went well, and may be IN.
 
 Values
@@ -90,12 +88,18 @@ Masks (8-bit grey pictures of IN's size; 0 is invalid, any other value valid)
   where the result is valid, 0 elsewhere. The sigma of an 8-bit IN is at most 63, with --level portable 24. --roi does
   not go with masks.
 
+Memory
+  A picture for which --memory does not suffice is done in bands of rows, with the same pixels as at once. It is meant
+  for the pixels; the program itself takes some megabytes more. An interlaced PNG and --sheet need all rows at once, and
+  so do the largest sigmas, those whose sums of grey levels exceed 2^53.
+
 Examples
   kip smooth in.png out.png --sigma 3 --round
   kip smooth in.tif half.tif --sigma 1 --sample 2 --roi 100,50,320,240
   kip smooth in.pgm fine.png --sigma 5,0 --depth 16 --scale 256 --sheet sheet.png --verbose
   kip smooth in.png out.png --sigma 4 --mask valid.png --mask-out still-valid.png
   kip smooth in.png filled.png --sigma 4 --mask valid.png --coverage 0.1 --allow-masked-sample
+  kip smooth mosaic.tif out.tif --sigma 12 --memory 256M
 
 Exit code: 0 done, 1 a picture or a file could not be handled, 2 wrong usage; with 1 and 2 nothing is written.)";
 
@@ -128,6 +132,7 @@ void addSmoothCommand(CLI::App& app) {
       ->capture_default_str();
   command->add_option("--level", arguments->level, "Hold the library to an engine: portable, 1 (SSE2) or 2 (AVX2)")
       ->check(CLI::IsMember({"portable", "1", "2"}));
+  addMemoryOption(*command, arguments->memory);
   command->add_option("--sheet", arguments->sheet, "Write IN, OUT and the result's mask side by side to this PNG file");
   command->add_flag("--verbose", arguments->verbose, "Say the sizes, the engine and the time on stderr");
   command->footer(kFooter + 1);
