@@ -1,0 +1,82 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Settings of the process: the processor level and the number of threads."""
+
+from __future__ import annotations
+
+import contextlib
+import operator
+import threading
+from typing import Iterator, Optional, Tuple, Union
+
+from . import _kip
+
+Level = Union[int, str]
+
+_LEVELS = {"portable": 0, 1: 1, 2: 2}
+
+_set_level: Optional[Level] = None
+_set_threads = 0
+
+
+def level() -> Level:
+    """The level of the vectorised engines that requests may use: "portable", 1 (SSE2) or 2 (AVX2)."""
+    return _kip.level() or "portable"
+
+
+def set_level(level: Optional[Level]) -> None:
+    """Hold the library to one level, in the whole process; None: to the best one of the processor, as at the start.
+
+    Levels may differ by one grey value, and the portable one is slow. Raises ValueError for other levels and for one
+    that the processor lacks.
+    """
+    global _set_level
+    if level is not None and level not in _LEVELS:
+        raise ValueError(f"level is {level!r}; wanted 'portable', 1, 2 or None")
+    if not _kip.set_level(-1 if level is None else _LEVELS[level]):
+        raise ValueError(f"level is {level!r}; the processor has no more than level {_kip.processor_level}")
+    _set_level = level
+
+
+def set_threads(count: int) -> None:
+    """The number of threads that a masked request may use, in the whole process; 0, as at the start: one a processor.
+
+    Everything else runs on the calling thread. Raises ValueError outside 0 to 256.
+    """
+    global _set_threads
+    count = operator.index(count)
+    if not 0 <= count <= 256:
+        raise ValueError(f"count is {count}; wanted 0 to 256")
+    _kip.set_threads(count)
+    _set_threads = count
+
+
+def threads() -> int:
+    """What `set_threads` said last; 0 at the start."""
+    return _set_threads
+
+
+_turn = threading.Condition()
+_users = 0
+_before: Tuple[Optional[Level], int] = (None, 0)
+
+
+@contextlib.contextmanager
+def one_thread_at(wanted: Level) -> Iterator[None]:
+    """Inside, the process keeps to this level and to one thread; threads that want another level wait at the door."""
+    global _users, _before
+    with _turn:
+        _turn.wait_for(lambda: _users == 0 or level() == wanted)
+        if _users == 0:
+            _before = _set_level, _set_threads
+            set_level(wanted)
+            set_threads(1)
+        _users += 1
+    try:
+        yield
+    finally:
+        with _turn:
+            _users -= 1
+            if _users == 0:
+                set_level(_before[0])
+                set_threads(_before[1])
+                _turn.notify_all()

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+// kip._kip: the library's functions on NumPy arrays that the package has checked and allocated. Each returns a status
+// of the library, and computes without the interpreter's lock.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <kip/host/kjob.h>
+#include <kip/version.h>
+#include <kip/kip.hpp>
+
+#include <optional>
+#include <utility>
+
+namespace py = pybind11;
+
+namespace {
+
+using Pair = std::pair<int32_t, int32_t>;  // x, y
+using MaybeArray = std::optional<py::array>;
+
+bool is8(const py::array& array) {
+  return array.itemsize() == 1;
+}
+
+// Rows of neighbouring pixels.
+template <typename Pixel>
+kip::view<const Pixel> viewOf(const py::array& array) {
+  const auto width = static_cast<int32_t>(array.shape(1)), height = static_cast<int32_t>(array.shape(0));
+  const auto pitch = static_cast<int32_t>(array.strides(0) / array.itemsize());
+  return {static_cast<const Pixel*>(array.data()), width, height, height == 1 ? width : pitch};
+}
+template <typename Pixel>
+kip::view<Pixel> writableViewOf(py::array& array) {
+  const kip::view<const Pixel> view = viewOf<Pixel>(array);
+  return {static_cast<Pixel*>(array.mutable_data()), view.width, view.height, view.stride};
+}
+kip::view<const uint8_t> maskOf(const MaybeArray& mask) {
+  return mask ? viewOf<uint8_t>(*mask) : kip::view<const uint8_t>{};
+}
+
+template <typename Call>
+ksys_status unlocked(Call&& call) {
+  const py::gil_scoped_release released;
+  return call();
+}
+
+kip::smooth_params kernel(Pair sigma, Pair sample, double scale = 1, bool round = false) {
+  return {.x_sigma = sigma.first,
+          .y_sigma = sigma.second,
+          .x_sample = sample.first,
+          .y_sample = sample.second,
+          .scale = scale,
+          .round = round};
+}
+
+// Calls function(src, dst) with views of the arrays' pixels: 8 to 8 bits, 8 to 16 or 16 to 16.
+template <typename Function>
+ksys_status withPixels(const py::array& src, py::array& dst, Function&& function) {
+  if (!is8(src)) return function(viewOf<uint16_t>(src), writableViewOf<uint16_t>(dst));
+  if (!is8(dst)) return function(viewOf<uint8_t>(src), writableViewOf<uint16_t>(dst));
+  return function(viewOf<uint8_t>(src), writableViewOf<uint8_t>(dst));
+}
+// The same where both have pixels of one size.
+template <typename Function>
+ksys_status withSamePixels(const py::array& src, py::array& dst, Function&& function) {
+  if (!is8(src)) return function(viewOf<uint16_t>(src), writableViewOf<uint16_t>(dst));
+  return function(viewOf<uint8_t>(src), writableViewOf<uint8_t>(dst));
+}
+
+ksys_status smooth(const py::array& src, py::array dst, Pair sigma, Pair sample, double scale, bool round) {
+  const kip::smooth_params params = kernel(sigma, sample, scale, round);
+  return withPixels(src, dst,
+                    [&](auto from, auto to) { return unlocked([&] { return kip::try_smooth(from, to, params); }); });
+}
+
+ksys_status smoothMasked(const py::array& src, const py::array& mask, const MaybeArray& sampleMask, py::array dst,
+                         py::array dstMask, Pair sigma, Pair sample, double scale, bool round,
+                         std::optional<double> minCoverage, bool allowMaskedSample) {
+  const kip::smooth_params params = kernel(sigma, sample, scale, round);
+  const kip::mask_rule rule = {
+      .min_coverage = minCoverage, .allow_masked_sample = allowMaskedSample, .sample_mask = maskOf(sampleMask)};
+  const auto valid = viewOf<uint8_t>(mask);
+  const auto toMask = writableViewOf<uint8_t>(dstMask);
+  return withPixels(src, dst, [&](auto from, auto to) {
+    return unlocked([&] { return kip::try_smooth_masked(from, valid, to, toMask, params, rule); });
+  });
+}
+
+ksys_status resultMask(const py::array& mask, const MaybeArray& sampleMask, py::array dstMask, Pair sigma, Pair sample,
+                       double minCoverage) {
+  const auto valid = viewOf<uint8_t>(mask), samples = maskOf(sampleMask);
+  const auto toMask = writableViewOf<uint8_t>(dstMask);
+  return unlocked([&] { return kip::try_result_mask(valid, toMask, kernel(sigma, sample), minCoverage, samples); });
+}
+
+// Both are validated by the package, so that there is no failure.
+Pair smoothSize(int32_t width, int32_t height, Pair sigma, Pair sample) {
+  const kip::rect rect = kip::smoothed_rect({0, 0, width, height}, kernel(sigma, sample));
+  return {rect.width, rect.height};
+}
+
+int32_t largestSigma(int32_t bits) {
+  int32_t sigma = 0;
+  (void)(bits == 8 ? kip_gaussParamsGetMaxSigma : kip_gaussParamsGetMaxSigma16)(&sigma);
+  return sigma;
+}
+
+kip::mask_meaning meaningOf(bool areWeights) {
+  return areWeights ? kip::mask_meaning::weight : kip::mask_meaning::validity;
+}
+
+ksys_status reduce(const py::array& src, const MaybeArray& mask, py::array dst, std::optional<py::array> dstMask,
+                   bool alongX, bool alongY, bool areWeights) {
+  const kip::axes axes = alongX && alongY ? kip::axes::both : alongX ? kip::axes::x : kip::axes::y;
+  const auto weights = maskOf(mask);
+  const auto toMask = dstMask ? writableViewOf<uint8_t>(*dstMask) : kip::view<uint8_t>{};
+  return withSamePixels(src, dst, [&](auto from, auto to) {
+    return unlocked([&] {
+      if (weights.is_empty()) return kip::try_reduce(from, to, axes);
+      return kip::try_reduce(from, weights, to, toMask, axes, meaningOf(areWeights));
+    });
+  });
+}
+
+ksys_status binomial(const py::array& src, const MaybeArray& mask, py::array dst, std::optional<py::array> dstMask,
+                     Pair radius, bool areWeights) {
+  const kip::binomial_params params = {.x_radius = radius.first, .y_radius = radius.second};
+  const auto weights = maskOf(mask);
+  const auto toMask = dstMask ? writableViewOf<uint8_t>(*dstMask) : kip::view<uint8_t>{};
+  return withSamePixels(src, dst, [&](auto from, auto to) {
+    return unlocked([&] {
+      if (weights.is_empty()) return kip::try_binomial(from, to, params);
+      return kip::try_binomial(from, weights, to, toMask, params, meaningOf(areWeights));
+    });
+  });
+}
+
+// ---- processor levels
+
+constexpr int32_t levelFeatures[] = {0, ksys_cpuMmxSse2 | ksys_cpuSse2Integer,
+                                     ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2};
+
+int level() {
+  ksys_cpuinfo info;
+  if (ksys_cpuinfo_init(&info) < 0 || (info.vendor != 1 && info.vendor != 5)) return 0;
+  const auto offers = [&](int which) { return (info.features & levelFeatures[which]) == levelFeatures[which]; };
+  return offers(2) ? 2 : offers(1) ? 1 : 0;
+}
+
+// False for more than the processor has. -1: whatever it has.
+bool setLevel(int wanted, int most) {
+  if (wanted > most) return false;
+  if (wanted < 0) {
+    ksys_cpuinfo_clearOverride();
+  } else {
+    ksys_cpuinfo_setOverride(wanted == 0 ? 0 : 1, levelFeatures[wanted]);
+  }
+  return true;
+}
+
+}  // namespace
+
+PYBIND11_MODULE(_kip, module) {
+  const int processorLevel = level();
+  module.attr("__version__") = kip_version();
+  module.attr("processor_level") = processorLevel;
+  module.attr("NO_MEMORY") = KSYS_STATUS_NO_MEMORY;
+  module.def("status_text", kip::status_text);
+  module.def("smooth", smooth);
+  module.def("smooth_masked", smoothMasked);
+  module.def("result_mask", resultMask);
+  module.def("smooth_size", smoothSize);
+  module.def("largest_sigma", largestSigma);
+  module.def("reduce", reduce);
+  module.def("binomial", binomial);
+  module.def("level", level);
+  module.def("set_level", [processorLevel](int wanted) { return setLevel(wanted, processorLevel); });
+  module.def("set_threads", ksys_jobThreads_setMaximum);
+}
