@@ -1,8 +1,10 @@
-# Headers, libraries, the CMake package and the pkg-config file.
+# Headers, libraries, the CMake package and the pkg-config file. Components: runtime, development; tools and python are
+# installed beside their sources.
 include(CMakePackageConfigHelpers)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
 install(DIRECTORY include/kip DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
-install(TARGETS kiphost kipgauss EXPORT kipgauss)
+install(TARGETS kiphost kipgauss EXPORT kipgauss LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/kipgauss)
 install(EXPORT kipgauss NAMESPACE kip:: FILE kipgaussTargets.cmake DESTINATION ${package_dir})
 configure_package_config_file(cmake/kipgaussConfig.cmake.in ${PROJECT_BINARY_DIR}/kipgaussConfig.cmake

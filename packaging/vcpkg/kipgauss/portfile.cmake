@@ -1,0 +1,12 @@
+# Builds the sources that this port lies in.
+get_filename_component(SOURCE_PATH "${CURRENT_PORT_DIR}/../../.." ABSOLUTE)
+vcpkg_check_features(OUT_FEATURE_OPTIONS options FEATURES tools KIP_TOOLS)
+vcpkg_cmake_configure(SOURCE_PATH "${SOURCE_PATH}" OPTIONS -DKIP_TESTS=OFF -DKIP_PYTHON=OFF ${options})
+vcpkg_cmake_install()
+vcpkg_cmake_config_fixup(CONFIG_PATH lib/cmake/kipgauss)
+vcpkg_fixup_pkgconfig()
+if("tools" IN_LIST FEATURES)
+  vcpkg_copy_tools(TOOL_NAMES kip AUTO_CLEAN)
+endif()
+file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")
+vcpkg_install_copyright(FILE_LIST "${SOURCE_PATH}/LICENSE")
