@@ -51,19 +51,18 @@ Pixel maskedMean(uint32_t value, uint32_t weight) {
   return weight == 0 ? Pixel{0} : static_cast<Pixel>((value + weight / 2) / weight);
 }
 
-// The sums of pixels that enter Level lower, in arithmetic modulo the line's bits.
-template <int64_t Step, uint32_t Level = 0, typename Pixel>
+template <int64_t Step, typename Pixel>
 void sumRow(const Pixel* src, int64_t width, int64_t begin, int64_t end, Sum<Pixel>* line, int32_t shift) {
   forOutputs<Step>(width, begin, end, [=](int64_t j, auto column) {
-    line[j] = static_cast<Sum<Pixel>>(weigh([&](int64_t k) -> uint32_t { return src[column(k)] - Level; }) << shift);
+    line[j] = static_cast<Sum<Pixel>>(weigh([&](int64_t k) -> uint32_t { return src[column(k)]; }) << shift);
   });
 }
 
-template <int64_t Step, uint32_t Level = 0, typename Pixel>
+template <int64_t Step, typename Pixel>
 void sumColumn(Sum<Pixel>* const lines[5], int64_t begin, int64_t end, Pixel* dst) {
   const Five<Sum<Pixel>> from([=](int k) { return lines[k]; });
   for (int64_t x = begin; x < end; ++x) {
-    dst[x] = static_cast<Pixel>((weighLines<Step>([=](int64_t k) { return from(k, x); }) + 128 + 256 * Level) >> 8);
+    dst[x] = static_cast<Pixel>((weighLines<Step>([=](int64_t k) { return from(k, x); }) + 128) >> 8);
   }
 }
 

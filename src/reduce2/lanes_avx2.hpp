@@ -30,6 +30,9 @@ inline void storeLow(void* to, Reg r) {
   _mm_storeu_si128(static_cast<__m128i*>(to), _mm256_castsi256_si128(r.all));
 }
 
+inline Reg fill8(uint8_t value) {
+  return {_mm256_set1_epi8(static_cast<char>(value))};
+}
 inline Reg fill16(int16_t value) {
   return {_mm256_set1_epi16(value)};
 }
@@ -74,12 +77,53 @@ Reg pairs8(Reg r) {
   return {_mm256_maddubs_epi16(r.all, _mm256_set1_epi16(Even | Odd << 8))};
 }
 
-// 16 bytes into 16-bit lanes, 8 words into 32-bit lanes.
+// Two registers in a row: the last Bytes of the one before, and all but the last of the one after; all but the first
+// Bytes of the one before, and the first of the one after.
+template <int Bytes>
+Reg shiftIn(Reg before, Reg after) {
+  return {_mm256_alignr_epi8(after.all, _mm256_permute2x128_si256(before.all, after.all, 0x21), 16 - Bytes)};
+}
+template <int Bytes>
+Reg shiftOut(Reg before, Reg after) {
+  return {_mm256_alignr_epi8(_mm256_permute2x128_si256(before.all, after.all, 0x21), before.all, Bytes)};
+}
+
+// A times a's pixels plus B times b's, in lanes of twice the bits: one half of the pixels and the other half. 16-bit
+// pixels are signed. The pixels are in order again when the halves are joined, shifted down and saturated.
+template <int A, int B>
+Reg firstSums8(Reg a, Reg b) {
+  return pairs8<A, B>({_mm256_unpacklo_epi8(a.all, b.all)});
+}
+template <int A, int B>
+Reg lastSums8(Reg a, Reg b) {
+  return pairs8<A, B>({_mm256_unpackhi_epi8(a.all, b.all)});
+}
+template <int A, int B>
+Reg firstSums16(Reg a, Reg b) {
+  return madd16({_mm256_unpacklo_epi16(a.all, b.all)}, fill32(A | B << 16));
+}
+template <int A, int B>
+Reg lastSums16(Reg a, Reg b) {
+  return madd16({_mm256_unpackhi_epi16(a.all, b.all)}, fill32(A | B << 16));
+}
+template <int Shift>
+Reg joinSums8(Reg first, Reg last) {
+  return {_mm256_packus_epi16(_mm256_srli_epi16(first.all, Shift), _mm256_srli_epi16(last.all, Shift))};
+}
+template <int Shift>
+Reg joinSums16(Reg first, Reg last) {
+  return {_mm256_packs_epi32(_mm256_srai_epi32(first.all, Shift), _mm256_srai_epi32(last.all, Shift))};
+}
+
+// 16 bytes into 16-bit lanes; the first or the last 8 words into 32-bit lanes.
 inline Reg widen8(const void* from) {
   return {_mm256_cvtepu8_epi16(loadHalf(from))};
 }
-inline Reg widen16(const void* from) {
-  return {_mm256_cvtepu16_epi32(loadHalf(from))};
+inline Reg widenFirst16(Reg r) {
+  return {_mm256_cvtepu16_epi32(_mm256_castsi256_si128(r.all))};
+}
+inline Reg widenLast16(Reg r) {
+  return {_mm256_cvtepu16_epi32(_mm256_extracti128_si256(r.all, 1))};
 }
 
 // a's lanes, then b's, in half the bits; the values fit.
@@ -88,16 +132,6 @@ inline Reg narrow16(Reg a, Reg b) {
 }
 inline Reg narrow32(Reg a, Reg b) {
   return {_mm256_permute4x64_epi64(_mm256_packus_epi32(a.all, b.all), 0xD8)};
-}
-
-// even's and odd's 32-bit lanes in turn: the first eight, then the rest.
-inline Reg interleaveFirst(Reg even, Reg odd) {
-  return {_mm256_permute2x128_si256(_mm256_unpacklo_epi32(even.all, odd.all), _mm256_unpackhi_epi32(even.all, odd.all),
-                                    0x20)};
-}
-inline Reg interleaveLast(Reg even, Reg odd) {
-  return {_mm256_permute2x128_si256(_mm256_unpacklo_epi32(even.all, odd.all), _mm256_unpackhi_epi32(even.all, odd.all),
-                                    0x31)};
 }
 
 // Signed 32-bit lanes to floats; back to the nearest integer, ties to even.

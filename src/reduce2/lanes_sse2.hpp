@@ -33,6 +33,9 @@ inline void storeLow(void* to, Reg r) {
   _mm_storeu_si128(static_cast<__m128i*>(to), r.lo);
 }
 
+inline Reg fill8(uint8_t value) {
+  return {_mm_set1_epi8(static_cast<char>(value)), _mm_set1_epi8(static_cast<char>(value))};
+}
 inline Reg fill16(int16_t value) {
   return {_mm_set1_epi16(value), _mm_set1_epi16(value)};
 }
@@ -77,14 +80,57 @@ Reg pairs8(Reg r) {
   return add16(mul16(bitAnd(r, fill16(0xFF)), fill16(Even)), mul16(shr16<8>(r), fill16(Odd)));
 }
 
-// 16 bytes into 16-bit lanes, 8 words into 32-bit lanes.
+// Two registers in a row: the last Bytes of the one before, and all but the last of the one after; all but the first
+// Bytes of the one before, and the first of the one after.
+template <int Bytes>
+Reg shiftIn(Reg before, Reg after) {
+  return {_mm_or_si128(_mm_srli_si128(before.hi, 16 - Bytes), _mm_slli_si128(after.lo, Bytes)),
+          _mm_or_si128(_mm_srli_si128(after.lo, 16 - Bytes), _mm_slli_si128(after.hi, Bytes))};
+}
+template <int Bytes>
+Reg shiftOut(Reg before, Reg after) {
+  return {_mm_or_si128(_mm_srli_si128(before.lo, Bytes), _mm_slli_si128(before.hi, 16 - Bytes)),
+          _mm_or_si128(_mm_srli_si128(before.hi, Bytes), _mm_slli_si128(after.lo, 16 - Bytes))};
+}
+
+// A times a's pixels plus B times b's, in lanes of twice the bits: one half of the pixels and the other half. 16-bit
+// pixels are signed. The pixels are in order again when the halves are joined, shifted down and saturated.
+template <int A, int B>
+Reg firstSums8(Reg a, Reg b) {
+  return add16(mul16(bitAnd(a, fill16(0xFF)), fill16(A)), mul16(bitAnd(b, fill16(0xFF)), fill16(B)));
+}
+template <int A, int B>
+Reg lastSums8(Reg a, Reg b) {
+  return add16(mul16(shr16<8>(a), fill16(A)), mul16(shr16<8>(b), fill16(B)));
+}
+template <int A, int B>
+Reg firstSums16(Reg a, Reg b) {
+  return madd16({_mm_unpacklo_epi16(a.lo, b.lo), _mm_unpacklo_epi16(a.hi, b.hi)}, fill32(A | B << 16));
+}
+template <int A, int B>
+Reg lastSums16(Reg a, Reg b) {
+  return madd16({_mm_unpackhi_epi16(a.lo, b.lo), _mm_unpackhi_epi16(a.hi, b.hi)}, fill32(A | B << 16));
+}
+template <int Shift>
+Reg joinSums8(Reg first, Reg last) {
+  return bitOr(shr16<Shift>(first), shl16<8>(shr16<Shift>(last)));
+}
+template <int Shift>
+Reg joinSums16(Reg first, Reg last) {
+  return {_mm_packs_epi32(_mm_srai_epi32(first.lo, Shift), _mm_srai_epi32(last.lo, Shift)),
+          _mm_packs_epi32(_mm_srai_epi32(first.hi, Shift), _mm_srai_epi32(last.hi, Shift))};
+}
+
+// 16 bytes into 16-bit lanes; the first or the last 8 words into 32-bit lanes.
 inline Reg widen8(const void* from) {
   const __m128i bytes = loadHalf(from), zero = _mm_setzero_si128();
   return {_mm_unpacklo_epi8(bytes, zero), _mm_unpackhi_epi8(bytes, zero)};
 }
-inline Reg widen16(const void* from) {
-  const __m128i words = loadHalf(from), zero = _mm_setzero_si128();
-  return {_mm_unpacklo_epi16(words, zero), _mm_unpackhi_epi16(words, zero)};
+inline Reg widenFirst16(Reg r) {
+  return {_mm_unpacklo_epi16(r.lo, _mm_setzero_si128()), _mm_unpackhi_epi16(r.lo, _mm_setzero_si128())};
+}
+inline Reg widenLast16(Reg r) {
+  return {_mm_unpacklo_epi16(r.hi, _mm_setzero_si128()), _mm_unpackhi_epi16(r.hi, _mm_setzero_si128())};
 }
 
 // a's lanes, then b's, in half the bits; the values fit.
@@ -97,14 +143,6 @@ inline Reg narrow32(Reg a, Reg b) {
     return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(r.lo, 16), 16), _mm_srai_epi32(_mm_slli_epi32(r.hi, 16), 16));
   };
   return {pack(a), pack(b)};
-}
-
-// even's and odd's 32-bit lanes in turn: the first eight, then the rest.
-inline Reg interleaveFirst(Reg even, Reg odd) {
-  return {_mm_unpacklo_epi32(even.lo, odd.lo), _mm_unpackhi_epi32(even.lo, odd.lo)};
-}
-inline Reg interleaveLast(Reg even, Reg odd) {
-  return {_mm_unpacklo_epi32(even.hi, odd.hi), _mm_unpackhi_epi32(even.hi, odd.hi)};
 }
 
 // Signed 32-bit lanes to floats; back to the nearest integer, ties to even.

@@ -64,7 +64,7 @@ class HostVector {
 
 // Elements from a line to the next, a whole number of vectors.
 [[nodiscard]] constexpr int64_t linePitch(int64_t elements) {
-  return (elements + 31) & ~int64_t{31};
+  return elements < leastLine ? leastLine : (elements + 31) & ~int64_t{31};
 }
 
 // Five lines in one block.
@@ -78,15 +78,15 @@ template <typename Element>
   return 0;
 }
 
-// The same with a mask, and a line for totals behind them.
+// The same with a mask, and a scratch line behind them.
 [[nodiscard]] inline ksys_status allocateLines(Cleanup& cleanup, Buffer<uint32_t>& block, int64_t elements,
-                                               MaskedLine (&lines)[5], uint16_t*& totals) {
+                                               int64_t scratchWords, MaskedLine (&lines)[5], uint16_t*& scratch) {
   const int64_t pitch = linePitch(elements);
-  const ksys_status status = block.allocate(cleanup, 5 * pitch + 3 * pitch);
+  const ksys_status status = block.allocate(cleanup, 5 * pitch + (5 * pitch + scratchWords + 1) / 2);
   if (failed(status)) return status;
   uint16_t* const weights = reinterpret_cast<uint16_t*>(block.data() + 5 * pitch);
   for (int k = 0; k < 5; ++k) lines[k] = {block.data() + k * pitch, weights + k * pitch};
-  totals = weights + 5 * pitch;
+  scratch = weights + 5 * pitch;
   return 0;
 }
 

@@ -13,7 +13,7 @@ ksys_status smooth5x5(const KernelCall<Pixel>& call, const RowKernels<Pixel>& ro
   Buffer<Sum<Pixel>> block;
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
     Sum<Pixel>* lines[5];
-    const ksys_status status = allocateLines(cleanup, block, call.width + smoothLineSpare, lines);
+    const ksys_status status = allocateLines(cleanup, block, call.width, lines);
     return failed(status) ? status : runRing<1>(call, rows.smooth, lines);
   });
 }
@@ -31,9 +31,10 @@ ksys_status smoothMasked5x5(const KernelCall<Pixel>& call, const RowKernels<Pixe
   Buffer<uint32_t> block;
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
     MaskedLine lines[5];
-    uint16_t* totals = nullptr;
-    const ksys_status status = allocateLines(cleanup, block, call.width, lines, totals);
-    return failed(status) ? status : runRing<1>(call, rows.maskedSmooth, lines, totals);
+    uint16_t* scratch = nullptr;
+    const int64_t scratchWords = maskedScratch<Pixel>(call.width);
+    const ksys_status status = allocateLines(cleanup, block, call.width, scratchWords, lines, scratch);
+    return failed(status) ? status : runRing<1>(call, rows.maskedSmooth, lines, scratch);
   });
 }
 

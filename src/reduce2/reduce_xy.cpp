@@ -54,17 +54,18 @@ ksys_status reduceMaskedXY(const KernelCall<Pixel>& call, const RowKernels<Pixel
   if (isEmpty(call)) return 0;
   HostVector<uint32_t> values[5];
   HostVector<uint16_t> weights[5];
-  HostVector<uint16_t> totals;
+  HostVector<uint16_t> scratch;
   return withCleanup<11>([&](Cleanup& cleanup) -> ksys_status {
+    const int64_t count = linePitch(call.width / 2);
     MaskedLine lines[5];
     ksys_status status = 0;
     for (int k = 0; k < 5; ++k) {
-      if (failed(status = values[k].constructFill(cleanup, call.width / 2, lines[k].values))) return status;
-      if (failed(status = weights[k].constructFill(cleanup, call.width / 2, lines[k].weights))) return status;
+      if (failed(status = values[k].constructFill(cleanup, count, lines[k].values))) return status;
+      if (failed(status = weights[k].constructFill(cleanup, count, lines[k].weights))) return status;
     }
-    uint16_t* totalLine = nullptr;
-    if (failed(status = totals.construct(cleanup, call.width / 2, totalLine))) return status;
-    return runRing<2>(call, rows.maskedReduce, lines, totalLine);
+    uint16_t* scratchLine = nullptr;
+    if (failed(status = scratch.construct(cleanup, maskedScratch<Pixel>(call.width), scratchLine))) return status;
+    return runRing<2>(call, rows.maskedReduce, lines, scratchLine);
   });
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <utility>
 
 #include "frame/attention.hpp"
 #include "reduce2/kernels.hpp"
@@ -10,26 +11,27 @@
 namespace kip {
 
 // Five lines of horizontal sums that go down a picture of `height` rows, so that each source row is filtered once.
-// filter(row, line, shift) fills a line, emit(lines, row) makes a destination row of the five around source row
-// Step * row. Beyond the top and the bottom the nearest row stands in. With Step 2 odd rows enter times 4, so that emit
-// needs but one multiplication; it then takes two rows at least. With Step 1 pictures below five rows ask for no
-// attention.
-template <int64_t Step, typename Line, typename Filter, typename Emit>
-[[nodiscard]] ksys_status runRing(Line (&lines)[5], int64_t height, Filter&& filter, Emit&& emit) {
-  const auto enter = [&](int64_t row, const Line& line) {
-    filter(std::clamp<int64_t>(row, 0, height - 1), line, Step == 2 && (row & 1) != 0 ? 2 : 0);
-  };
-  for (int64_t k = 1; k < 5; ++k) enter(k - 3, lines[k]);
-  const int64_t end = Step == 2 ? height - 1 : height;
+// enter(row, line, shift) fills a line; next(n, nearest, lines) fills the last Step lines with the rows nearest(n + 3 -
+// Step) ... nearest(n + 2) and makes a destination row of all five, those around source row n. Beyond the top and the
+// bottom the nearest row stands in. With Step 2 odd rows enter times 4, so that the sum of the lines needs but one
+// multiplication; it then takes two rows at least. With Step 1 pictures below five rows ask for no attention.
+template <int64_t Step, typename Line, typename Enter, typename Next>
+[[nodiscard]] ksys_status runRing(Line (&lines)[5], int64_t height, Enter&& enter, Next&& next) {
+  const auto nearest = [height](int64_t row) { return std::clamp<int64_t>(row, 0, height - 1); };
+  for (int64_t row = -2; row <= 2 - Step; ++row) {
+    enter(nearest(row), lines[row + 2 + Step], Step == 2 && row == -1 ? 2 : 0);
+  }
+  const int64_t end = height - height % Step;
   const int64_t pollEnd = Step == 2 ? end : height < 5 ? 0 : height - 2;
-  for (int64_t n = 0; n < end; ++n) {
+  for (int64_t n = 0; n < end; n += Step) {
     if (n < pollEnd) {
       const ksys_status status = pollAttention<64>(n);
       if (failed(status)) return status;
     }
-    std::rotate(lines, lines + 1, lines + 5);
-    enter(n + 2, lines[4]);
-    if (n % Step == 0) emit(lines, n / Step);
+    for (int64_t turn = 0; turn < Step; ++turn) {
+      for (int64_t k = 0; k < 4; ++k) std::swap(lines[k], lines[k + 1]);
+    }
+    next(n, nearest, lines);
   }
   return 0;
 }
@@ -38,20 +40,30 @@ template <int64_t Step, typename Pixel>
 [[nodiscard]] ksys_status runRing(const KernelCall<Pixel>& call, const RingRows<Pixel>& rows, Sum<Pixel>* (&lines)[5]) {
   return runRing<Step>(
       lines, call.height,
-      [&](int64_t row, Sum<Pixel>* line, int32_t shift) { rows.row(call.srcRow(row), call.width, line, shift); },
-      [&](Sum<Pixel>* const* five, int64_t row) { rows.column(five, call.width / Step, call.dstRow(row)); });
+      [&](int64_t row, Sum<Pixel>* line, int32_t shift) { rows.enter(call.srcRow(row), call.width, line, shift); },
+      [&](int64_t n, auto nearest, Sum<Pixel>* const* five) {
+        const Pixel* src[size_t{Step}];
+        for (int64_t k = 0; k < Step; ++k) src[k] = call.srcRow(nearest(n + 3 - Step + k));
+        rows.next(src, call.width, five, call.dstRow(n / Step));
+      });
 }
 
 template <int64_t Step, typename Pixel>
 [[nodiscard]] ksys_status runRing(const KernelCall<Pixel>& call, const MaskedRingRows<Pixel>& rows,
-                                  MaskedLine (&lines)[5], uint16_t* totals) {
+                                  MaskedLine (&lines)[5], uint16_t* scratch) {
   return runRing<Step>(
       lines, call.height,
       [&](int64_t row, const MaskedLine& line, int32_t shift) {
-        rows.row(call.srcRow(row), call.srcMaskRow(row), call.width, line, shift);
+        rows.enter(call.srcRow(row), call.srcMaskRow(row), call.width, line, scratch, shift);
       },
-      [&](const MaskedLine* five, int64_t row) {
-        rows.column(five, call.width / Step, totals, call.dstRow(row), call.dstMaskRow(row));
+      [&](int64_t n, auto nearest, const MaskedLine* five) {
+        const Pixel* src[size_t{Step}];
+        const uint8_t* masks[size_t{Step}];
+        for (int64_t k = 0; k < Step; ++k) {
+          src[k] = call.srcRow(nearest(n + 3 - Step + k));
+          masks[k] = call.srcMaskRow(nearest(n + 3 - Step + k));
+        }
+        rows.next(src, masks, call.width, five, scratch, call.dstRow(n / Step), call.dstMaskRow(n / Step));
       });
 }
 

@@ -22,15 +22,17 @@ struct SumOf<uint16_t> {
 template <typename Pixel>
 using Sum = typename SumOf<Pixel>::Type;
 
-// Elements behind the row's width that a line of `smooth` sums has for its kernels to arrange as they like.
-inline constexpr int64_t smoothLineSpare = 64;
+// The least length of a line: the kernels continue a narrow row until it fills their registers.
+inline constexpr int64_t leastLine = 64;
 
 // How a ring of five lines of horizontal sums is filled and read: below another, so that each source row is filtered
-// once. `row` filters a source row and multiplies by 1 << shift; `column` turns five lines into a destination row.
+// once. `enter` filters a source row, the lines' first, and multiplies by 1 << shift; `next` filters as many rows as
+// the ring steps down into the last lines and turns all five into a destination row. With two rows the first enters
+// times 4.
 template <typename Pixel>
 struct RingRows {
-  void (*row)(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t shift);
-  void (*column)(Sum<Pixel>* const lines[5], int64_t count, Pixel* dst);
+  void (*enter)(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t shift);
+  void (*next)(const Pixel* const src[], int64_t width, Sum<Pixel>* const lines[5], Pixel* dst);
 };
 
 // With a mask: the sums of mask times pixel and those of the mask.
@@ -39,11 +41,23 @@ struct MaskedLine {
   uint16_t* weights;
 };
 
+// The masked kernels' scratch: for each byte of a pixel the row's width in words, with a margin on either side.
+inline constexpr int64_t maskedMargin = 16;
+[[nodiscard]] constexpr int64_t maskedPitch(int64_t width) {
+  return (width < leastLine ? leastLine : (width + 15) & ~int64_t{15}) + 2 * maskedMargin;
+}
+template <typename Pixel>
+[[nodiscard]] constexpr int64_t maskedScratch(int64_t width) {
+  return int64_t{sizeof(Pixel)} * maskedPitch(width);
+}
+
 template <typename Pixel>
 struct MaskedRingRows {
-  void (*row)(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, int32_t shift);
-  // `totals` is a scratch line; dstMask may be null
-  void (*column)(const MaskedLine lines[5], int64_t count, uint16_t* totals, Pixel* dst, uint8_t* dstMask);
+  void (*enter)(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, uint16_t* scratch,
+                int32_t shift);
+  // dstMask may be null
+  void (*next)(const Pixel* const src[], const uint8_t* const masks[], int64_t width, const MaskedLine lines[5],
+               uint16_t* scratch, Pixel* dst, uint8_t* dstMask);
 };
 
 // One row's work of every kernel, for one instruction set. Nothing outside the given rows is read or written.

@@ -7,20 +7,36 @@ namespace kip {
 namespace {
 
 template <int64_t Step, typename Pixel>
+void enterRow(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t shift) {
+  sumRow<Step>(src, width, 0, width / Step, line, shift);
+}
+template <int64_t Step, typename Pixel>
+void enterRow(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, uint16_t* /*scratch*/,
+              int32_t shift) {
+  sumMaskedRow<Step>(src, mask, width, 0, width / Step, line, shift);
+}
+
+template <int64_t Step, typename Pixel>
 constexpr RingRows<Pixel> ring{
-    .row = [](const Pixel* src, int64_t width, Sum<Pixel>* line,
-              int32_t shift) { sumRow<Step>(src, width, 0, width / Step, line, shift); },
-    .column = [](Sum<Pixel>* const lines[5], int64_t count, Pixel* dst) { sumColumn<Step>(lines, 0, count, dst); },
+    .enter = enterRow<Step, Pixel>,
+    .next =
+        [](const Pixel* const src[], int64_t width, Sum<Pixel>* const lines[5], Pixel* dst) {
+          if constexpr (Step == 2) enterRow<2>(src[0], width, lines[3], 2);
+          enterRow<Step>(src[Step - 1], width, lines[4], 0);
+          sumColumn<Step>(lines, 0, width / Step, dst);
+        },
 };
 
 template <int64_t Step, typename Pixel>
 constexpr MaskedRingRows<Pixel> maskedRing{
-    .row = [](const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line,
-              int32_t shift) { sumMaskedRow<Step>(src, mask, width, 0, width / Step, line, shift); },
-    .column =
-        [](const MaskedLine lines[5], int64_t count, uint16_t* totals, Pixel* dst, uint8_t* dstMask) {
-          sumWeights<Step>(lines, 0, count, totals, dstMask);
-          divideSums<Step>(lines, 0, count, totals, dst);
+    .enter = enterRow<Step, Pixel>,
+    .next =
+        [](const Pixel* const src[], const uint8_t* const masks[], int64_t width, const MaskedLine lines[5],
+           uint16_t* totals, Pixel* dst, uint8_t* dstMask) {
+          if constexpr (Step == 2) enterRow<2>(src[0], masks[0], width, lines[3], totals, 2);
+          enterRow<Step>(src[Step - 1], masks[Step - 1], width, lines[4], totals, 0);
+          sumWeights<Step>(lines, 0, width / Step, totals, dstMask);
+          divideSums<Step>(lines, 0, width / Step, totals, dst);
         },
 };
 

@@ -7,6 +7,9 @@
 
 #include "reduce2/formulas.hpp"
 
+// A row's kernel. All that it calls is part of it: a register of 256 bits that is two of 128 would go through memory.
+#define KIP_ROW [[gnu::flatten]]
+
 namespace kip {
 
 namespace {
@@ -74,22 +77,74 @@ Reg pairs(Reg pixels) {
   if constexpr (sizeof(Pixel) == 2) return madd16(bitXor(pixels, fill16(-32768)), fill32(Even | Odd << 16));
 }
 
+// The pixels of a register, and those two columns to the left and to the right.
+struct Taps {
+  Reg left, middle, right;
+};
+
 template <typename Pixel, int A, int B, int C, int D, int E, int F>
-Reg sumPairs(const Pixel* src) {
-  using Lane = Sum<Pixel>;
-  return add<Lane>(add<Lane>(pairs<Pixel, A, B>(load(src - 2)), pairs<Pixel, C, D>(load(src))),
-                   pairs<Pixel, E, F>(load(src + 2)));
+Reg sumPairs(const Taps& taps) {
+  return add<Sum<Pixel>>(add<Sum<Pixel>>(pairs<Pixel, A, B>(taps.left), pairs<Pixel, C, D>(taps.middle)),
+                         pairs<Pixel, E, F>(taps.right));
 }
 
-// The five taps, times Scale, around the columns src, src + 2, ... and around the columns between. Reads two pixels in
-// front of a register of pixels and two behind it.
-template <int Scale = 1, typename Pixel>
-Reg evenSums(const Pixel* src) {
-  return sumPairs<Pixel, Scale, 4 * Scale, 6 * Scale, 4 * Scale, Scale, 0>(src);
+// The five taps, times Scale, around the even columns and around the odd ones.
+template <typename Pixel, int Scale = 1>
+Reg evenSums(const Taps& taps) {
+  return sumPairs<Pixel, Scale, 4 * Scale, 6 * Scale, 4 * Scale, Scale, 0>(taps);
 }
 template <typename Pixel>
-Reg oddSums(const Pixel* src) {
-  return sumPairs<Pixel, 0, 1, 4, 6, 4, 1>(src);
+Reg oddSums(const Taps& taps) {
+  return sumPairs<Pixel, 0, 1, 4, 6, 4, 1>(taps);
+}
+
+inline Reg fillPixels(uint8_t pixel) {
+  return fill8(pixel);
+}
+inline Reg fillPixels(uint16_t pixel) {
+  return fill16(static_cast<int16_t>(pixel));
+}
+
+// Where in its row a register of pixels is: with both columns to the right, with the two to the left as well, or
+// without two to the right. The row's first and last pixel stand in for what is missing.
+enum class Place { first, inner, last };
+
+template <Place place, typename Pixel>
+Taps tapsAt(const Pixel* src, int64_t x, int64_t width) {
+  constexpr int bytes = 2 * sizeof(Pixel);
+  const Reg middle = load(src + x);
+  return {place == Place::first ? shiftIn<bytes>(fillPixels(src[0]), middle) : load(src + x - 2), middle,
+          place == Place::last ? shiftOut<bytes>(middle, fillPixels(src[width - 1])) : load(src + x + 2)};
+}
+
+// The least width of a row that registers can cover with the columns around them.
+template <typename Pixel>
+constexpr int64_t leastWidth = pixelsOf<Pixel> + 2;
+static_assert(leastWidth<uint8_t> <= leastLine && leastWidth<uint16_t> <= leastLine);
+
+// A narrower row made as wide by its last pixel, which leaves its outputs as they are.
+template <typename Pixel, int64_t Width = leastWidth<Pixel>>
+struct WideRow {
+  Pixel at[size_t{Width}];
+
+  WideRow(const Pixel* src, int64_t width) {
+    for (Pixel& pixel : at) pixel = src[width - 1];
+    copy(src, width, at);
+  }
+  static void copy(const Pixel* from, int64_t count, Pixel* to) {
+    for (int64_t x = 0; x < count; ++x) to[x] = from[x];
+  }
+};
+
+// Calls step.operator()<place>(x) for registers of pixels that cover the columns below end, the row's width or one
+// less; they overlap at the row's end. No columns to the right of the last register's exist, but one at most.
+template <typename Pixel, typename Step>
+void alongRow(int64_t end, int64_t width, Step step) {
+  constexpr int64_t size = pixelsOf<Pixel>;
+  step.template operator()<Place::first>(0);
+  int64_t x = size;
+  for (; x + size + 2 <= width; x += size) step.template operator()<Place::inner>(x);
+  for (; x < end; x += size) step.template operator()<Place::last>(x + size < end ? x : end - size);
 }
 
 // What rounds the sum of 1 << Shift pixels that entered Level lower.
@@ -110,107 +165,122 @@ Reg roundedPixels(Reg even, Reg odd) {
 
 // ---- rows
 
-template <int Shift, typename Pixel>
-void reduceRowTimes(const Pixel* src, int64_t width, Sum<Pixel>* line) {
-  const int64_t count = width / 2;
-  cover<pixelsOf<Pixel> / 2>(
-      1, count - 1, count, [=](int64_t j) { store(line + j, evenSums<1 << Shift>(src + 2 * j)); },
-      [=](int64_t from, int64_t to) { sumRow<2, level<Pixel>>(src, width, from, to, line, Shift); });
+template <typename Pixel>
+KIP_ROW void enterReduced(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t shift) {
+  if (width < leastWidth<Pixel>) {
+    return enterReduced(WideRow<Pixel>(src, width).at, leastWidth<Pixel>, line, shift);
+  }
+  alongRow<Pixel>(width / 2 * 2, width, [=]<Place place>(int64_t x) {
+    const Reg sum = evenSums<Pixel>(tapsAt<place>(src, x, width));
+    store(line + x / 2, shift == 0 ? sum : shl<Sum<Pixel>, 2>(sum));
+  });
 }
 
 template <typename Pixel>
-void reduceRow(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t shift) {
-  shift == 0 ? reduceRowTimes<0>(src, width, line) : reduceRowTimes<2>(src, width, line);
+KIP_ROW void reduceNext(const Pixel* const src[], int64_t width, Sum<Pixel>* const lines[5], Pixel* dst) {
+  using Lane = Sum<Pixel>;
+  const Pixel *const odd = src[0], *const even = src[1];
+  if (width < leastWidth<Pixel>) {
+    const WideRow<Pixel> wideOdd(odd, width), wideEven(even, width);
+    const Pixel* const wide[] = {wideOdd.at, wideEven.at};
+    Pixel out[leastWidth<Pixel>];
+    reduceNext(wide, leastWidth<Pixel>, lines, out);
+    return WideRow<Pixel>::copy(out, width / 2, dst);
+  }
+  Lane *const r0 = lines[0], *const r1 = lines[1], *const r2 = lines[2], *const r3 = lines[3], *const r4 = lines[4];
+  alongRow<Pixel>(width / 2 * 2, width, [=]<Place place>(int64_t x) {
+    const int64_t j = x / 2;
+    const Reg sums[5] = {load(r0 + j), load(r1 + j), load(r2 + j), evenSums<Pixel, 4>(tapsAt<place>(odd, x, width)),
+                         evenSums<Pixel>(tapsAt<place>(even, x, width))};
+    store(r3 + j, sums[3]);
+    store(r4 + j, sums[4]);
+    const Reg sum = weighLanes<Lane, 2>([&](int k) { return sums[k + 2]; });
+    const Reg rounded = shr<Lane, 8>(add<Lane>(sum, rounding<Pixel, 8, level<Pixel>>()));
+    storeLow(dst + j, sizeof(Pixel) == 1 ? narrow16(rounded, rounded) : narrow32(rounded, rounded));
+  });
+}
+
+// A line of smooth sums of a wide row: a register of even and one of odd columns in turn as the registers of pixels
+// went. They overlap at the end of the row, the sums do not.
+template <typename Pixel>
+KIP_ROW void enterSmooth(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t /*shift*/) {
+  constexpr int64_t lanes = pixelsOf<Pixel> / 2;
+  if (width < leastWidth<Pixel>) return enterSmooth(WideRow<Pixel>(src, width).at, leastWidth<Pixel>, line, 0);
+  alongRow<Pixel>(width, width, [=, &line]<Place place>(int64_t x) {
+    const Taps taps = tapsAt<place>(src, x, width);
+    store(line, evenSums<Pixel>(taps));
+    store(line + lanes, oddSums<Pixel>(taps));
+    line += 2 * lanes;
+  });
 }
 
 template <typename Pixel>
-void reduceColumn(Sum<Pixel>* const lines[5], int64_t count, Pixel* dst) {
+KIP_ROW void smoothNext(const Pixel* const src[], int64_t width, Sum<Pixel>* const lines[5], Pixel* dst) {
   using Lane = Sum<Pixel>;
   constexpr int64_t lanes = pixelsOf<Pixel> / 2;
+  const Pixel* const row = src[0];
+  if (width < leastWidth<Pixel>) {
+    const WideRow<Pixel> wideRow(row, width);
+    const Pixel* const wide[] = {wideRow.at};
+    Pixel out[leastWidth<Pixel>];
+    smoothNext(wide, leastWidth<Pixel>, lines, out);
+    return WideRow<Pixel>::copy(out, width, dst);
+  }
   const Five<Lane> from([=](int k) { return lines[k]; });
-  const auto rounded = [=](int64_t j) {
-    const Reg sum = weighLanes<Lane, 2>([=](int k) { return load(from.at[k + 2] + j); });
-    return shr<Lane, 8>(add<Lane>(sum, rounding<Pixel, 8, level<Pixel>>()));
-  };
-  cover<2 * lanes>(
-      0, count, count,
-      [=](int64_t j) {
-        if constexpr (sizeof(Pixel) == 1) store(dst + j, narrow16(rounded(j), rounded(j + lanes)));
-        if constexpr (sizeof(Pixel) == 2) store(dst + j, narrow32(rounded(j), rounded(j + lanes)));
-      },
-      [=](int64_t begin, int64_t end) { sumColumn<2, level<Pixel>>(lines, begin, end, dst); });
-}
-
-// A line of smooth sums: the first columns in order, then from firstBlock on a register of even and one of odd columns
-// in turn as the steps went, at last the last columns, lastColumns further than in order.
-constexpr int64_t firstBlock = 16;
-constexpr int64_t lastColumns = 48;
-static_assert(firstBlock + 31 - 4 <= lastColumns - 2 && lastColumns <= smoothLineSpare);
-
-template <typename Pixel>
-void smoothRow(const Pixel* src, int64_t width, Sum<Pixel>* line, int32_t /*shift*/) {
-  constexpr int64_t lanes = pixelsOf<Pixel> / 2;
-  Sum<Pixel>* block = line + firstBlock;
-  cover<2 * lanes>(
-      2, width - 2, width,
-      [src, &block](int64_t x) {
-        store(block, evenSums(src + x));
-        store(block + lanes, oddSums(src + x));
-        block += 2 * lanes;
-      },
-      [=](int64_t from, int64_t to) {
-        sumRow<1, level<Pixel>>(src, width, from, to, from == 0 ? line : line + lastColumns, 0);
-      });
+  Lane* const last = lines[4];
+  int64_t at = 0;
+  alongRow<Pixel>(width, width, [=, &at]<Place place>(int64_t x) {
+    const Taps taps = tapsAt<place>(row, x, width);
+    const auto weighed = [&](int64_t block, Reg newest) {
+      store(last + block, newest);
+      return weighLanes<Lane, 1>([&](int k) { return k == 2 ? newest : load(from.at[k + 2] + block); });
+    };
+    store(dst + x,
+          roundedPixels<Pixel, 8>(weighed(at, evenSums<Pixel>(taps)), weighed(at + lanes, oddSums<Pixel>(taps))));
+    at += 2 * lanes;
+  });
 }
 
 template <typename Pixel>
-void smoothColumn(Sum<Pixel>* const lines[5], int64_t width, Pixel* dst) {
-  using Lane = Sum<Pixel>;
-  constexpr int64_t lanes = pixelsOf<Pixel> / 2;
-  const Five<Lane> from([=](int k) { return lines[k]; });
-  int64_t block = firstBlock;
-  cover<2 * lanes>(
-      2, width - 2, width,
-      [=, &block](int64_t x) {
-        const int64_t at = block;
-        const Reg even = weighLanes<Lane, 1>([=](int k) { return load(from.at[k + 2] + at); });
-        const Reg odd = weighLanes<Lane, 1>([=](int k) { return load(from.at[k + 2] + at + lanes); });
-        store(dst + x, roundedPixels<Pixel, 8>(even, odd));
-        block += 2 * lanes;
-      },
-      [=](int64_t begin, int64_t end) {
-        const int64_t further = begin == 0 ? 0 : lastColumns;
-        Lane* const moved[5] = {lines[0] + further, lines[1] + further, lines[2] + further, lines[3] + further,
-                                lines[4] + further};
-        sumColumn<1, level<Pixel>>(moved, begin, end, dst);
-      });
+KIP_ROW void pass5x1(const Pixel* src, int64_t width, Pixel* dst) {
+  if (width < leastWidth<Pixel>) {
+    Pixel out[leastWidth<Pixel>];
+    pass5x1(WideRow<Pixel>(src, width).at, leastWidth<Pixel>, out);
+    return WideRow<Pixel>::copy(out, width, dst);
+  }
+  alongRow<Pixel>(width, width, [=]<Place place>(int64_t x) {
+    const Taps taps = tapsAt<place>(src, x, width);
+    store(dst + x, roundedPixels<Pixel, 4>(evenSums<Pixel>(taps), oddSums<Pixel>(taps)));
+  });
 }
 
 template <typename Pixel>
-void pass5x1(const Pixel* src, int64_t width, Pixel* dst) {
-  cover<pixelsOf<Pixel>>(
-      2, width - 2, width,
-      [=](int64_t x) { store(dst + x, roundedPixels<Pixel, 4>(evenSums(src + x), oddSums(src + x))); },
-      [=](int64_t from, int64_t to) { smoothAlong(src, width, from, to, dst); });
-}
-
-template <typename Pixel>
-void pass1x5(const Pixel* const rows[5], int64_t width, Pixel* dst) {
-  using Lane = Sum<Pixel>;
-  constexpr int bits = 8 * sizeof(Pixel);
+KIP_ROW void pass1x5(const Pixel* const rows[5], int64_t width, Pixel* dst) {
   const Five<Pixel> from([=](int k) { return rows[k]; });
   cover<pixelsOf<Pixel>>(
       0, width, width,
       [=](int64_t x) {
-        const auto pixels = [=](int k) { return load(from.at[k + 2] + x); };
-        const Reg even = weighLanes<Lane, 1>([=](int k) { return bitAnd(pixels(k), fill<Lane>((1 << bits) - 1)); });
-        const Reg odd = weighLanes<Lane, 1>([=](int k) { return shr<Lane, bits>(pixels(k)); });
-        store(dst + x, roundedPixels<Pixel, 4, 0>(even, odd));
+        const auto pixels = [=](int k) { return load(from.at[k] + x); };
+        if constexpr (sizeof(Pixel) == 1) {
+          const auto sum = [](auto first, auto second, auto third) { return add16(add16(first, second), third); };
+          const Reg a = pixels(0), b = pixels(1), c = pixels(2), d = pixels(3), e = pixels(4), half = fill8(8);
+          store(dst + x, joinSums8<4>(sum(firstSums8<1, 4>(a, b), firstSums8<6, 4>(c, d), firstSums8<1, 1>(e, half)),
+                                      sum(lastSums8<1, 4>(a, b), lastSums8<6, 4>(c, d), lastSums8<1, 1>(e, half))));
+        } else {
+          const Reg sign = fill16(-32768);
+          const auto words = [=](int k) { return bitXor(pixels(k), sign); };
+          const auto sum = [](auto first, auto second, auto third) { return add32(add32(first, second), third); };
+          const Reg a = words(0), b = words(1), c = words(2), d = words(3), e = words(4), half = fill16(8);
+          store(dst + x,
+                bitXor(sign,
+                       joinSums16<4>(sum(firstSums16<1, 4>(a, b), firstSums16<6, 4>(c, d), firstSums16<1, 1>(e, half)),
+                                     sum(lastSums16<1, 4>(a, b), lastSums16<6, 4>(c, d), lastSums16<1, 1>(e, half)))));
+        }
       },
       [=](int64_t begin, int64_t end) { smoothDown(rows, begin, end, dst); });
 }
 
-// ---- rows with a mask: sixteen outputs a step, in 32-bit lanes
+// ---- sums and quotients with a mask, in 32-bit lanes
 
 struct WeightedRegs {
   Reg value, weight;
@@ -239,16 +309,6 @@ WeightedRegs sumMaskedPairs(const Pixel* src, const uint8_t* mask) {
   addPairs(0, C, D);
   addPairs(2, E, F);
   return {unsignedSum<Pixel>(sum.value, sum.weight), sum.weight};
-}
-
-// As without a mask.
-template <int Scale = 1, typename Pixel>
-WeightedRegs evenSums(const Pixel* src, const uint8_t* mask) {
-  return sumMaskedPairs<Pixel, Scale, 4 * Scale, 6 * Scale, 4 * Scale, Scale, 0>(src, mask);
-}
-template <typename Pixel>
-WeightedRegs oddSums(const Pixel* src, const uint8_t* mask) {
-  return sumMaskedPairs<Pixel, 0, 1, 4, 6, 4, 1>(src, mask);
 }
 
 inline Reg mergeWords(Reg even, Reg odd) {
@@ -285,83 +345,229 @@ inline Reg roundedWeights(Reg words) {
   return shr16<4>(add16(words, fill16(8)));
 }
 
-template <int Shift, typename Pixel>
-void reduceMaskedRowTimes(const Pixel* src, const uint8_t* mask, int64_t width, MaskedLine line) {
+// ---- a ring with a mask: one of the mask's rows as of 8-bit pixels, and one of values
+
+// A row's signed words that make its values: of 8-bit pixels the products with the mask, 32768 lower; of 16-bit pixels
+// the mask and the pixels, 32768 lower. The nearest ones stand in for the two on either side.
+template <typename Pixel>
+class MaskedWords {
+ public:
+  MaskedWords(const Pixel* src, const uint8_t* mask, int64_t width, uint16_t* scratch)
+      : words_(scratch + maskedMargin), weights_(words_ + maskedPitch(width)) {
+    cover<16>(
+        0, width, width,
+        [=, this](int64_t x) {
+          const Reg weights = widen8(mask + x);
+          if constexpr (sizeof(Pixel) == 1) {
+            store(words_ + x, bitXor(mul16(weights, widen8(src + x)), fill16(-32768)));
+          } else {
+            store(words_ + x, signedWords(src + x));
+            store(weights_ + x, weights);
+          }
+        },
+        [](int64_t, int64_t) {});
+    continueBothWays(words_, width);
+    if constexpr (sizeof(Pixel) == 2) continueBothWays(weights_, width);
+  }
+
+  // The even columns' taps A, C, E and the odd ones' B, D, F on sixteen words and the two on either side.
+  template <int A, int B, int C, int D, int E, int F>
+  [[nodiscard]] Reg sums(int64_t x) const {
+    return add32(add32(pairs<A, B>(x - 2), pairs<C, D>(x)), pairs<E, F>(x + 2));
+  }
+  template <int Scale = 1>
+  [[nodiscard]] Reg evenSums(int64_t x) const {
+    return sums<Scale, 4 * Scale, 6 * Scale, 4 * Scale, Scale, 0>(x);
+  }
+  [[nodiscard]] Reg oddSums(int64_t x) const { return sums<0, 1, 4, 6, 4, 1>(x); }
+
+ private:
+  static void continueBothWays(uint16_t* words, int64_t width) {
+    words[-2] = words[-1] = words[0];
+    words[width] = words[width + 1] = words[width - 1];
+  }
+  template <int Even, int Odd>
+  [[nodiscard]] Reg pairs(int64_t x) const {
+    const Reg taps = fill32(Even | Odd << 16);
+    return madd16(sizeof(Pixel) == 1 ? taps : mul16(load(weights_ + x), taps), load(words_ + x));
+  }
+
+  uint16_t *words_, *weights_;
+};
+
+// The sum of five lines of such values with what they entered lower.
+template <typename Pixel>
+Reg wholeSum(Reg sum, Reg weight) {
+  return add32(sum, sizeof(Pixel) == 1 ? fill32(256 * 32768) : shl32<15>(weight));
+}
+template <typename Pixel>
+uint32_t wholeSum(uint32_t sum, uint32_t weight) {
+  return sum + (sizeof(Pixel) == 1 ? 256 * 32768 : weight << 15);
+}
+
+// A row too narrow for registers, with its mask, and room for its outputs.
+template <typename Pixel>
+struct WideMaskedRow {
+  static constexpr int64_t width = leastWidth<uint8_t>;
+
+  WideMaskedRow(const Pixel* row, const uint8_t* rowMask, int64_t rowWidth)
+      : src(row, rowWidth), mask(rowMask, rowWidth) {}
+  void copyOutputs(int64_t count, Pixel* to, uint8_t* toMask) const {
+    WideRow<Pixel>::copy(dst, count, to);
+    if (toMask != nullptr) WideRow<uint8_t>::copy(dstMask, count, toMask);
+  }
+
+  WideRow<Pixel, width> src;
+  WideRow<uint8_t> mask;
+  Pixel dst[size_t{width}];
+  uint8_t dstMask[size_t{width}];
+};
+
+template <typename Pixel>
+KIP_ROW void enterMaskedReduced(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line,
+                                uint16_t* scratch, int32_t shift) {
+  if (width < leastWidth<uint8_t>) {
+    const WideMaskedRow<Pixel> wide(src, mask, width);
+    return enterMaskedReduced(wide.src.at, wide.mask.at, wide.width, line, scratch, shift);
+  }
+  const MaskedWords<Pixel> words(src, mask, width, scratch);
+  enterReduced(mask, width, line.weights, shift);
+  cover<8>(
+      0, width / 2, width / 2,
+      [=, values = line.values](int64_t j) {
+        store(values + j, shift == 0 ? words.evenSums(2 * j) : words.template evenSums<4>(2 * j));
+      },
+      [](int64_t, int64_t) {});
+}
+
+// The even row and the outputs, of which `count` are wanted.
+template <typename Pixel>
+KIP_ROW void reduceMaskedRow(const Pixel* src, const uint8_t* mask, int64_t width, int64_t count,
+                             const MaskedLine lines[5], uint16_t* scratch, Pixel* dst, uint8_t* dstMask) {
+  const MaskedWords<Pixel> words(src, mask, width, scratch);
+  const Five<uint32_t> values([=](int k) { return lines[k].values; });
+  const Five<uint16_t> weights([=](int k) { return lines[k].weights; });
+  const MaskedLine last = lines[4];
+  alongRow<uint8_t>(width / 2 * 2, width, [=]<Place place>(int64_t x) {
+    const int64_t j = x / 2;
+    const Reg newest = evenSums<uint8_t>(tapsAt<place>(mask, x, width));
+    store(last.weights + j, newest);
+    const Reg weight = weighLanes<uint16_t, 2>([=](int k) { return k == 2 ? newest : load(weights.at[k + 2] + j); });
+    const Reg rounded = shr16<8>(add16(weight, fill16(128)));
+    storeLow(dstMask + j, narrow16(rounded, rounded));
+    const auto means = [=](int64_t at, Reg total) {
+      const Reg newestValue = words.evenSums(2 * at);
+      store(last.values + at, newestValue);
+      const Reg sum =
+          weighLanes<uint32_t, 2>([=](int k) { return k == 2 ? newestValue : load(values.at[k + 2] + at); });
+      return quotient<Pixel>(wholeSum<Pixel>(sum, total), total);
+    };
+    storePixels(dst + j, narrow32(means(j, widenFirst16(weight)), means(j + 8, widenLast16(weight))));
+  });
+  for (int64_t j = count / 8 * 8; j < count; ++j) {
+    const uint32_t weight = weighLines<2>([&](int64_t k) { return weights(k, j); });
+    dst[j] = maskedMean<Pixel>(wholeSum<Pixel>(weighLines<2>([&](int64_t k) { return values(k, j); }), weight), weight);
+  }
+}
+
+// The odd row on its own: with both at once there are too many lines for the nearest cache.
+template <typename Pixel>
+void reduceMaskedNext(const Pixel* const src[], const uint8_t* const masks[], int64_t width, const MaskedLine lines[5],
+                      uint16_t* scratch, Pixel* dst, uint8_t* dstMask) {
   const int64_t count = width / 2;
-  cover<16>(
-      1, count - 1, count,
-      [=](int64_t j) {
-        const WeightedRegs first = evenSums<1 << Shift>(src + 2 * j, mask + 2 * j);
-        const WeightedRegs last = evenSums<1 << Shift>(src + 2 * j + 16, mask + 2 * j + 16);
-        store(line.values + j, first.value);
-        store(line.values + j + 8, last.value);
-        store(line.weights + j, narrow32(first.weight, last.weight));
-      },
-      [=](int64_t from, int64_t to) { sumMaskedRow<2>(src, mask, width, from, to, line, Shift); });
+  enterMaskedReduced(src[0], masks[0], width, lines[3], scratch, 2);
+  if (width >= leastWidth<uint8_t>) {
+    return reduceMaskedRow(src[1], masks[1], width, count, lines, scratch, dst, dstMask);
+  }
+  WideMaskedRow<Pixel> wide(src[1], masks[1], width);
+  reduceMaskedRow(wide.src.at, wide.mask.at, wide.width, count, lines, scratch, wide.dst, wide.dstMask);
+  wide.copyOutputs(count, dst, dstMask);
+}
+
+// Lines of smooth sums of a wide row: as without a mask; for each register of 8-bit pixels one of even and one of odd
+// weights and two of even and odd values each, the first sixteen columns' and the last.
+template <typename Pixel>
+KIP_ROW void enterMaskedSmooth(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line,
+                               uint16_t* scratch, int32_t /*shift*/) {
+  if (width < leastWidth<uint8_t>) {
+    const WideMaskedRow<Pixel> wide(src, mask, width);
+    return enterMaskedSmooth(wide.src.at, wide.mask.at, wide.width, line, scratch, 0);
+  }
+  const MaskedWords<Pixel> words(src, mask, width, scratch);
+  enterSmooth(mask, width, line.weights, 0);
+  alongRow<uint8_t>(width, width, [=, values = line.values]<Place>(int64_t x) mutable {
+    for (int64_t half = 0; half < 2; ++half) {
+      store(values, words.evenSums(x + 16 * half));
+      store(values + 8, words.oddSums(x + 16 * half));
+      values += 16;
+    }
+  });
 }
 
 template <typename Pixel>
-void reduceMaskedRow(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, int32_t shift) {
-  shift == 0 ? reduceMaskedRowTimes<0>(src, mask, width, line) : reduceMaskedRowTimes<2>(src, mask, width, line);
+KIP_ROW void smoothMaskedRow(const Pixel* src, const uint8_t* mask, int64_t width, int64_t count,
+                             const MaskedLine lines[5], uint16_t* scratch, Pixel* dst, uint8_t* dstMask) {
+  const MaskedWords<Pixel> words(src, mask, width, scratch);
+  const Five<uint32_t> values([=](int k) { return lines[k].values; });
+  const Five<uint16_t> weights([=](int k) { return lines[k].weights; });
+  const MaskedLine last = lines[4];
+  int64_t block = 0;
+  alongRow<uint8_t>(width, width, [=, &block]<Place place>(int64_t x) {
+    const Taps taps = tapsAt<place>(mask, x, width);
+    const auto weight = [=](int64_t at, Reg newest) {
+      store(last.weights + at, newest);
+      return weighLanes<uint16_t, 1>([=](int k) { return k == 2 ? newest : load(weights.at[k + 2] + at); });
+    };
+    const Reg even = weight(block, evenSums<uint8_t>(taps)), odd = weight(block + 16, oddSums<uint8_t>(taps));
+    if (dstMask != nullptr) store(dstMask + x, roundedPixels<uint8_t, 8>(even, odd));
+    const auto means = [=](int64_t at, Reg newest, Reg total) {
+      store(last.values + at, newest);
+      const Reg sum = weighLanes<uint32_t, 1>([=](int k) { return k == 2 ? newest : load(values.at[k + 2] + at); });
+      return quotient<Pixel>(wholeSum<Pixel>(sum, total), total);
+    };
+    const Reg first = mergeWords(means(block, words.evenSums(x), widenFirst16(even)),
+                                 means(block + 8, words.oddSums(x), widenFirst16(odd)));
+    const Reg second = mergeWords(means(block + 16, words.evenSums(x + 16), widenLast16(even)),
+                                  means(block + 24, words.oddSums(x + 16), widenLast16(odd)));
+    if constexpr (sizeof(Pixel) == 1) {
+      store(dst + x, narrow16(first, second));
+    } else {
+      store(dst + x, first);
+      store(dst + x + 16, second);
+    }
+    block += 32;
+  });
+  for (int64_t x = count / 8 * 8; x < count; ++x) {
+    const bool inFirst = x < 32;  // register; else in the last one
+    const int64_t at = inFirst ? 0 : block - 32, lane = inFirst ? x : x - (width - 32), odd = lane % 2;
+    const uint32_t weight = weighLines<1>([&](int64_t k) { return weights(k, at + 16 * odd + lane / 2); });
+    const uint32_t value =
+        weighLines<1>([&](int64_t k) { return values(k, at + lane / 16 * 16 + 8 * odd + lane % 16 / 2); });
+    dst[x] = maskedMean<Pixel>(wholeSum<Pixel>(value, weight), weight);
+  }
 }
 
 template <typename Pixel>
-void smoothMaskedRow(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, int32_t /*shift*/) {
-  cover<16>(
-      2, width - 2, width,
-      [=](int64_t x) {
-        const WeightedRegs even = evenSums(src + x, mask + x), odd = oddSums(src + x, mask + x);
-        store(line.values + x, interleaveFirst(even.value, odd.value));
-        store(line.values + x + 8, interleaveLast(even.value, odd.value));
-        store(line.weights + x, mergeWords(even.weight, odd.weight));
-      },
-      [=](int64_t from, int64_t to) { sumMaskedRow<1>(src, mask, width, from, to, line, 0); });
+void smoothMaskedNext(const Pixel* const src[], const uint8_t* const masks[], int64_t width, const MaskedLine lines[5],
+                      uint16_t* scratch, Pixel* dst, uint8_t* dstMask) {
+  if (width >= leastWidth<uint8_t>) {
+    return smoothMaskedRow(src[0], masks[0], width, width, lines, scratch, dst, dstMask);
+  }
+  WideMaskedRow<Pixel> wide(src[0], masks[0], width);
+  smoothMaskedRow(wide.src.at, wide.mask.at, wide.width, width, lines, scratch, wide.dst, wide.dstMask);
+  wide.copyOutputs(width, dst, dstMask);
 }
 
-template <int64_t Step>
-void totalColumn(const MaskedLine lines[5], int64_t count, uint16_t* totals, uint8_t* dstMask) {
-  const Five<uint16_t> from([=](int k) { return lines[k].weights; });
-  const auto total = [=](int64_t x) {
-    const Reg sum = weighLanes<uint16_t, Step>([=](int k) { return load(from.at[k + 2] + x); });
-    store(totals + x, sum);
-    return shr16<8>(add16(sum, fill16(128)));
-  };
-  cover<32>(
-      0, count, count,
-      [=](int64_t x) {
-        const Reg first = total(x), last = total(x + 16);
-        if (dstMask != nullptr) store(dstMask + x, narrow16(first, last));
-      },
-      [=](int64_t begin, int64_t end) { sumWeights<Step>(lines, begin, end, totals, dstMask); });
-}
-
-// The first outputs, eight by eight, by the quotient; the rest by the integer formula.
-template <int64_t Step, typename Pixel>
-void maskedColumn(const MaskedLine lines[5], int64_t count, uint16_t* totals, Pixel* dst, uint8_t* dstMask) {
-  totalColumn<Step>(lines, count, totals, dstMask);
-  const Five<uint32_t> from([=](int k) { return lines[k].values; });
-  const auto means = [=](int64_t x) {
-    const Reg sum = weighLanes<uint32_t, Step>([=](int k) { return load(from.at[k + 2] + x); });
-    return quotient<Pixel>(sum, widen16(totals + x));
-  };
-  const int64_t eights = count / 8 * 8;
-  cover<16>(
-      0, eights, eights, [=](int64_t x) { storePixels(dst + x, narrow32(means(x), means(x + 8))); },
-      [=](int64_t begin, int64_t end) {
-        for (int64_t x = begin; x < end; ++x) dst[x] = quotient<Pixel>(sumValues<Step>(lines, x), totals[x]);
-      });
-  divideSums<Step>(lines, eights, count, totals, dst);
-}
-
-// The same between the two outermost outputs at either end.
+// ---- passes with a mask: quotients between the two outermost outputs at either end, and everywhere
 template <typename Pixel>
-void maskedPass5x1(const Pixel* src, const uint8_t* mask, int64_t width, Pixel* dst, uint8_t* dstMask) {
+KIP_ROW void maskedPass5x1(const Pixel* src, const uint8_t* mask, int64_t width, Pixel* dst, uint8_t* dstMask) {
   const int64_t eights = width < 4 ? 0 : (width - 4) / 8 * 8;
   cover<16>(
       0, eights, eights,
       [=](int64_t at) {
         const int64_t x = at + 2;
-        const WeightedRegs even = evenSums(src + x, mask + x), odd = oddSums(src + x, mask + x);
+        const WeightedRegs even = sumMaskedPairs<Pixel, 1, 4, 6, 4, 1, 0>(src + x, mask + x);
+        const WeightedRegs odd = sumMaskedPairs<Pixel, 0, 1, 4, 6, 4, 1>(src + x, mask + x);
         storePixels(dst + x,
                     mergeWords(quotient<Pixel>(even.value, even.weight), quotient<Pixel>(odd.value, odd.weight)));
         const Reg weights = roundedWeights(mergeWords(even.weight, odd.weight));
@@ -379,8 +585,8 @@ void maskedPass5x1(const Pixel* src, const uint8_t* mask, int64_t width, Pixel* 
 }
 
 template <typename Pixel>
-void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const masks[5], int64_t width, Pixel* dst,
-                   uint8_t* dstMask) {
+KIP_ROW void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const masks[5], int64_t width, Pixel* dst,
+                           uint8_t* dstMask) {
   const int64_t eights = width / 8 * 8;
   const Five<Pixel> pixels([=](int k) { return rows[k]; });
   const Five<uint8_t> weights([=](int k) { return masks[k]; });
@@ -416,12 +622,12 @@ void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const masks[5], in
 
 template <typename Pixel>
 constexpr RowKernels<Pixel> vectorRows{
-    .reduce = {.row = reduceRow<Pixel>, .column = reduceColumn<Pixel>},
-    .smooth = {.row = smoothRow<Pixel>, .column = smoothColumn<Pixel>},
+    .reduce = {.enter = enterReduced<Pixel>, .next = reduceNext<Pixel>},
+    .smooth = {.enter = enterSmooth<Pixel>, .next = smoothNext<Pixel>},
     .pass5x1 = pass5x1<Pixel>,
     .pass1x5 = pass1x5<Pixel>,
-    .maskedReduce = {.row = reduceMaskedRow<Pixel>, .column = maskedColumn<2, Pixel>},
-    .maskedSmooth = {.row = smoothMaskedRow<Pixel>, .column = maskedColumn<1, Pixel>},
+    .maskedReduce = {.enter = enterMaskedReduced<Pixel>, .next = reduceMaskedNext<Pixel>},
+    .maskedSmooth = {.enter = enterMaskedSmooth<Pixel>, .next = smoothMaskedNext<Pixel>},
     .maskedPass5x1 = maskedPass5x1<Pixel>,
     .maskedPass1x5 = maskedPass1x5<Pixel>,
 };
