@@ -6,7 +6,7 @@
 //   kip::reduce, kip::pyramid, kip::binomial                  the kernel 1 4 6 4 1, with and without masks
 //
 // Each function has a form that returns new images and throws kip::error, and one named try_ that writes into the
-// caller's views, throws nothing and returns a status. Pixels are used where they are, without copies. The functions
+// caller's views, throws nothing and returns a status. Images are used where they are, without copies. The functions
 // may be called from any thread.
 #pragma once
 

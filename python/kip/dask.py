@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The functions of `kip` on Dask arrays, for images that no memory holds and for clusters.
+"""`smooth`, `smooth_masked` and `reduce` of Dask arrays, for images that no memory holds and for clusters.
 
 Results are those of one call of `kip` on the whole image, bit for bit and whatever the chunks: each chunk is computed
 with the pixels around it that its kernels touch, the image is mirrored at its own border only, and chunks that are so
@@ -10,6 +10,9 @@ small that another engine would serve them are joined with their neighbours firs
   before, and compare with calls at that level.
 - Every chunk is computed on one thread; masked calls are compared at `kip.set_threads(1)`, because with several threads
   the last band of a request may be so low that another engine serves it.
+- With `round` and a scale whose inverse is no short binary number, such as 3, the columns of a uint8 image are not cut:
+  the rounding errors of one call run along its rows.
+- Calls of `kip` beside the computation in the same process get its level and one thread, too.
 - One call on a uint16 image of more than 2**30 pixels without a mask is served by the portable engine; chunks are not.
 
 Arguments, results and errors are otherwise those of the functions of the same names in `kip`. Wrong arguments raise
@@ -31,7 +34,7 @@ import numpy as np
 from numpy.typing import DTypeLike
 
 from . import _binomial, _smooth
-from ._arrays import Array, Pair
+from ._arrays import Array, Pair, take_scale
 from ._process import Level, level, one_thread_at
 
 Chunks = Tuple[int, ...]
@@ -75,10 +78,11 @@ def _pick(parts: Tuple[Array, ...], which: int) -> Array:
     return parts[which]
 
 
-def _apply(call: Callable[..., Any], arrays: List[da.Array], axes: Sequence[_Axis]) -> Any:
+def _apply(call: functools.partial[Any], arrays: List[da.Array], axes: Sequence[_Axis]) -> Any:
     """The call's result, an array or a tuple of arrays, over chunks of the arrays."""
-    # Options are checked, and the dtypes of the results told, by a call on the pixels of one result.
-    smallest = call(*(np.zeros([axis.step for axis in axes], array.dtype) for array in arrays))
+    # Options are checked, and the dtypes of the results told, by a call on a few pixels.
+    probe = functools.partial(call, sample=1) if "sample" in call.keywords else call
+    smallest = probe(*(np.zeros((2, 2), array.dtype) for array in arrays))
     chunks = [axis.cut(sizes) for axis, sizes in zip(axes, arrays[0].chunks)]
     depth = {i: axis.halo if len(sizes) > 1 else 0 for i, (axis, sizes) in enumerate(zip(axes, chunks))}
     counts = [axis.results_of(sizes) for axis, sizes in zip(axes, chunks)]
@@ -115,6 +119,12 @@ def _smooth_axes(shape: Tuple[int, ...], sigma: Pair, sample: Pair) -> List[_Axi
     return axes
 
 
+def _is_exact(half: float, largest: int) -> bool:
+    """Whether sums of doubles up to `largest` that begin with that half are exact."""
+    numerator, denominator = half.as_integer_ratio()
+    return numerator + largest * denominator < 2**53
+
+
 def smooth(
     array: Any,
     sigma: Pair,
@@ -126,14 +136,17 @@ def smooth(
 ) -> da.Array:
     """`kip.smooth` of a Dask array.
 
-    Raises ValueError also for sigmas whose sums pass 2**53, (x + 1) * (y + 1) above 32 800: their rounding errors
+    Raises ValueError also for sigmas whose sums, up to 255 * ((x + 1) * (y + 1))**3, pass 2**53: their rounding errors
     depend on the chunks.
     """
     array = _take(array)
     axes = _smooth_axes(array.shape, sigma, sample)
     x, y = _smooth.take_kernel(sigma, sample).sigma
-    if 255 * ((x + 1) * (y + 1)) ** 3 >= 2**53:
+    weights = ((x + 1) * (y + 1)) ** 3
+    if 255 * weights >= 2**53:
         raise ValueError(f"sigma is {sigma!r}; sums are not exact any more, and would depend on the chunks")
+    if round and array.dtype == np.uint8 and not _is_exact(0.5 * (weights / take_scale(scale)), 255 * weights):
+        axes[1] = axes[1]._replace(least=array.shape[1])
     options = dict(sigma=sigma, sample=sample, scale=scale, round=round, dtype=dtype)
     return _apply(functools.partial(_smooth.smooth, **options), [array], axes)
 
@@ -186,12 +199,19 @@ def reduce(
     return _apply(functools.partial(_binomial.reduce, axes=axes, weights=weights), [array, *masks], cuts)
 
 
+def _zarr() -> Any:
+    import zarr
+
+    if int(zarr.__version__.split(".")[0]) > 2:
+        raise ImportError(f"zarr {zarr.__version__} is installed; wanted version 2, whose files these functions know")
+    return zarr
+
+
 class _ZarrFile:
     """A Zarr array in a directory that is read only where its chunk files are there: Zarr fills in for missing ones."""
 
     def __init__(self, path: str) -> None:
-        import zarr
-
+        zarr = _zarr()
         with open(os.path.join(path, ".zarray"), encoding="utf-8") as file:
             self._separator = json.load(file).get("dimension_separator", ".")
         self._path = path
@@ -240,8 +260,7 @@ def write_pyramid(
     Raises FileExistsError; TypeError for another dtype; ValueError for an array that cannot be halved so often; and
     what the computation raises.
     """
-    import zarr
-
+    zarr = _zarr()
     array = _take(array)
     if array.dtype not in (np.uint8, np.uint16):
         raise TypeError(f"array has dtype {array.dtype}; wanted uint8 or uint16")

@@ -34,6 +34,18 @@ ksys_status askHandler(uint64_t bytes) {
   return current.function != nullptr ? current.function(current.context, bytes) : 0;
 }
 
+#ifdef KIP_SANITIZED
+
+// The sanitizer's own block, so that it sees what lies before and behind.
+void* obtain(uint64_t bytes) {
+  return std::aligned_alloc(kAlignment, bytes == 0 ? kAlignment : (bytes + kAlignment - 1) / kAlignment * kAlignment);
+}
+void release(void* block) {
+  std::free(block);
+}
+
+#else
+
 // A block starts at the first cache line of its memory that leaves room for the memory's address, which stands just
 // before it: malloc serves small sizes much faster than aligned_alloc does.
 void* blockIn(void* memory) {
@@ -48,12 +60,8 @@ void* memoryOf(void* block) {
   return memory;
 }
 
-// The one place where the host obtains memory.
-ksys_status allocate(uint64_t bytes, void** block) {
-  *block = nullptr;
-  const ksys_status status = askHandler(bytes);
-  if (failed(status)) return status;
-  if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kHugePage) return KSYS_STATUS_NO_MEMORY;
+// Null when there is none.
+void* obtain(uint64_t bytes) {
   bytes += kAlignment;
   void* memory = kiphost::takeSpareBlock(bytes);
   if (memory == nullptr && bytes < 2 * kHugePage) {
@@ -66,15 +74,25 @@ ksys_status allocate(uint64_t bytes, void** block) {
     if (memory != nullptr) madvise(memory, rounded, MADV_HUGEPAGE);
 #endif
   }
-  if (memory == nullptr) return KSYS_STATUS_NO_MEMORY;
-  *block = blockIn(memory);
-  return 0;
+  return memory == nullptr ? nullptr : blockIn(memory);
 }
 
 void release(void* block) {
   if (block == nullptr) return;
   void* const memory = memoryOf(block);
   if (!kiphost::keepSpareBlock(memory)) std::free(memory);
+}
+
+#endif
+
+// The one place where the host obtains memory.
+ksys_status allocate(uint64_t bytes, void** block) {
+  *block = nullptr;
+  const ksys_status status = askHandler(bytes);
+  if (failed(status)) return status;
+  if (bytes > static_cast<uint64_t>(PTRDIFF_MAX) - kHugePage) return KSYS_STATUS_NO_MEMORY;
+  *block = obtain(bytes);
+  return *block == nullptr ? KSYS_STATUS_NO_MEMORY : 0;
 }
 
 }  // namespace

@@ -9,17 +9,6 @@
 
 namespace kiphost {
 
-#ifdef KIP_SANITIZED
-
-void* takeSpareBlock(uint64_t) {
-  return nullptr;
-}
-bool keepSpareBlock(void*) {
-  return false;
-}
-
-#else
-
 namespace {
 
 // Four blocks serve a request with its planes and results.
@@ -66,7 +55,5 @@ bool keepSpareBlock(void* block) {
   }
   return true;
 }
-
-#endif
 
 }  // namespace kiphost

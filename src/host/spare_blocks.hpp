@@ -6,7 +6,7 @@
 namespace kiphost {
 
 // Large blocks that were released and wait for the next use: the page faults of a fresh picture cost more than
-// smoothing it. Of malloc or std::aligned_alloc; from any thread. Builds with a sanitizer keep none, so that it sees
+// smoothing it. Of malloc or std::aligned_alloc; from any thread. Builds with a sanitizer do without, so that it sees
 // every release.
 
 // A block of at least that size and not much more, whose bytes are anything; null when there is none.

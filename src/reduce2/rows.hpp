@@ -43,11 +43,11 @@ struct MaskedLine {
 
 // The masked kernels' scratch: for each byte of a pixel the row's width in words, with a margin on either side.
 inline constexpr int64_t maskedMargin = 16;
-[[nodiscard]] constexpr int64_t maskedPitch(int64_t width) {
+[[nodiscard]] static constexpr int64_t maskedPitch(int64_t width) {
   return (width < leastLine ? leastLine : (width + 15) & ~int64_t{15}) + 2 * maskedMargin;
 }
 template <typename Pixel>
-[[nodiscard]] constexpr int64_t maskedScratch(int64_t width) {
+[[nodiscard]] static constexpr int64_t maskedScratch(int64_t width) {
   return int64_t{sizeof(Pixel)} * maskedPitch(width);
 }
 
@@ -55,7 +55,7 @@ template <typename Pixel>
 struct MaskedRingRows {
   void (*enter)(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line, uint16_t* scratch,
                 int32_t shift);
-  // dstMask may be null
+  // dstMask may be null, but for the vectorised reduction
   void (*next)(const Pixel* const src[], const uint8_t* const masks[], int64_t width, const MaskedLine lines[5],
                uint16_t* scratch, Pixel* dst, uint8_t* dstMask);
 };

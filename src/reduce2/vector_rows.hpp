@@ -147,18 +147,18 @@ void alongRow(int64_t end, int64_t width, Step step) {
   for (; x < end; x += size) step.template operator()<Place::last>(x + size < end ? x : end - size);
 }
 
-// What rounds the sum of 1 << Shift pixels that entered Level lower.
-template <typename Pixel, int Shift, uint32_t Level>
+// What rounds the sum of 1 << Shift pixels that entered level<Pixel> lower.
+template <typename Pixel, int Shift>
 Reg rounding() {
-  return fill<Sum<Pixel>>((1 << (Shift - 1)) + static_cast<int32_t>(Level << Shift));
+  return fill<Sum<Pixel>>((1 << (Shift - 1)) + static_cast<int32_t>(level<Pixel> << Shift));
 }
 
 // Pixels from such sums.
-template <typename Pixel, int Shift, uint32_t Level = level<Pixel>>
+template <typename Pixel, int Shift>
 Reg roundedPixels(Reg even, Reg odd) {
   using Lane = Sum<Pixel>;
   constexpr int bits = 8 * sizeof(Pixel);
-  const Reg half = rounding<Pixel, Shift, Level>();
+  const Reg half = rounding<Pixel, Shift>();
   return bitOr(shr<Lane, Shift>(add<Lane>(even, half)),
                bitAnd(shl<Lane, bits - Shift>(add<Lane>(odd, half)), fill<Lane>(-1 << bits)));
 }
@@ -195,7 +195,7 @@ KIP_ROW void reduceNext(const Pixel* const src[], int64_t width, Sum<Pixel>* con
     store(r3 + j, sums[3]);
     store(r4 + j, sums[4]);
     const Reg sum = weighLanes<Lane, 2>([&](int k) { return sums[k + 2]; });
-    const Reg rounded = shr<Lane, 8>(add<Lane>(sum, rounding<Pixel, 8, level<Pixel>>()));
+    const Reg rounded = shr<Lane, 8>(add<Lane>(sum, rounding<Pixel, 8>()));
     storeLow(dst + j, sizeof(Pixel) == 1 ? narrow16(rounded, rounded) : narrow32(rounded, rounded));
   });
 }
@@ -353,7 +353,7 @@ template <typename Pixel>
 class MaskedWords {
  public:
   MaskedWords(const Pixel* src, const uint8_t* mask, int64_t width, uint16_t* scratch)
-      : words_(scratch + maskedMargin), weights_(words_ + maskedPitch(width)) {
+      : words_(scratch + maskedMargin), weights_(sizeof(Pixel) == 1 ? nullptr : words_ + maskedPitch(width)) {
     cover<16>(
         0, width, width,
         [=, this](int64_t x) {

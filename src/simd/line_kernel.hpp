@@ -6,7 +6,6 @@
 #pragma once
 
 #include <cstring>
-#include <type_traits>
 
 #include "simd/lanes.hpp"
 #include "simd/line_request.hpp"

@@ -14,7 +14,7 @@ namespace {  // kernel files use it, too: each has its own
   constexpr int64_t least = 256;
   const int64_t leastLast = rightPad < columns ? columns : rightPad;
   int64_t piece = ((leftPad < least ? least : leftPad) + columns - 1) / columns * columns;
-  while (piece < width && width % piece != 0 && width % piece < leastLast) piece += columns;
+  while (piece < width && (width - 1) % piece + 1 < leastLast) piece += columns;
   return piece;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simd/vec1_rows.hpp"
 
+#include <type_traits>
+
 #include "simd/line_kernel.hpp"
 
 namespace kip {

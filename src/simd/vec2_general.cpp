@@ -63,7 +63,7 @@ struct IntegerRow {
 };
 
 // Quotients are products with a reciprocal, and the last sum is a double, as in the portable engine, operation by
-// operation. The sums before it are integers that doubles hold.
+// operation. The sums before it are integers, in 32 bits or in doubles.
 struct DoubleRow {
   struct Constants {
     int64_t box;

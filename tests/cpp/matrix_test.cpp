@@ -35,13 +35,14 @@ struct Matrix {
 };
 
 // No more than the four members.
+template <typename Count>
 struct PlainMatrix {
   const uint16_t* data;
-  int rows, cols;
+  Count rows, cols;
   size_t step;
 };
-static_assert(std::is_constructible_v<kip::view<const uint16_t>, PlainMatrix>);
-static_assert(!std::is_constructible_v<kip::view<uint16_t>, PlainMatrix>, "its pixels are const");
+static_assert(std::is_constructible_v<kip::view<const uint16_t>, PlainMatrix<int>>);
+static_assert(!std::is_constructible_v<kip::view<uint16_t>, PlainMatrix<int>>, "its pixels are const");
 static_assert(!std::is_convertible_v<Matrix, kip::view<const uint8_t>>, "the depth is the caller's to say");
 
 template <typename Any>
@@ -109,6 +110,8 @@ TEST(MatrixRows, MustBeWholePixelsApart) {
     EXPECT_EQ(refusalOf<uint16_t>(Matrix(1, 4, u16, memory, step)), "taken") << step;
   }
   EXPECT_NE(refusalOf<uint8_t>(Matrix(-1, -1, u8, memory, 8)).find("two dimensions"), std::string::npos);
+  const PlainMatrix<size_t> large = {nullptr, 1, (size_t{1} << 32) + 5, 0};
+  EXPECT_NE(refusalOf<uint16_t>(large).find("too many rows or columns"), std::string::npos);
 }
 
 }  // namespace

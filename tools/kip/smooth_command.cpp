@@ -81,7 +81,7 @@ Values
 
 Masks (8-bit grey pictures of IN's size; 0 is invalid, any other value valid)
   With --mask a result pixel is the weighted mean of the valid pixels under its kernel. It is valid where the mask is
-  valid at its sample position (column c N, row r N of IN). --coverage F asks instead that at least the fraction F of
+  valid at its sample position (column c N, row r N of IN; later for N from 3 sigma + 3 on). --coverage F asks instead that at least the fraction F of
   the kernel's pixels, and at least one, is valid; the mask at the sample position counts all the same, unless
   --allow-masked-sample is given too: then holes are filled. --sample-mask gives the sample positions another mask, and
   goes without --mask as well. Invalid result pixels are the source's sample times the scale. --mask-out holds 255

@@ -91,8 +91,9 @@ BandRule Smoothing::rule() const {
   rule.leastRows = static_cast<int32_t>(std::max<int64_t>(40, 2 * int64_t{params.ySigma} / params.ySample + 2));
 
   const int64_t rowBytes = sources_.rowBytes();
-  const int64_t sums = arguments_.isMasked() || source.depth == 16 ? 32 * (int64_t{params.ySigma} + 1) : 0;
-  rule.fixedBytes = source.width * (64 + sums);
+  const bool isInParts = arguments_.isMasked() || source.depth == 16;
+  const int64_t sums = isInParts ? 32 * (int64_t{params.ySigma} + 1) : 0;
+  rule.fixedBytes = source.width * (64 + sums) * (isInParts ? threads() : 1);
   // the library's image and a copy of it, and its copies of the sources
   const int64_t results = static_cast<int64_t>(size().rowSize()) + (arguments_.isMasked() ? result_.width : 0);
   const int64_t planes = source.depth == 16      ? rowBytes + 2 * int64_t{source.width}
@@ -102,18 +103,22 @@ BandRule Smoothing::rule() const {
   return rule;
 }
 
+int32_t Smoothing::threads() const {
+  const auto processors = static_cast<int32_t>(std::thread::hardware_concurrency());
+  return request_.threads != 0 ? request_.threads : std::max(processors, 1);
+}
+
 // The library cuts a masked request for its threads, and leaves parts of less than ten rows to another engine.
 void Smoothing::limitThreads(Rows band) const {
-  int32_t threads =
-      request_.threads != 0 ? request_.threads : static_cast<int32_t>(std::thread::hardware_concurrency());
-  while (threads > 1 && int64_t{threads} * (threads + 9) > band.count()) --threads;
-  ksys_jobThreads_setMaximum(threads);
+  int32_t count = threads();
+  while (count > 1 && int64_t{count} * (count + 9) > band.count()) --count;
+  ksys_jobThreads_setMaximum(count);
 }
 
 BandResult Smoothing::smooth(SourcePictures& source, Rows sourceRows, Rows band) {
   makeBinary(source.mask);
   makeBinary(source.sampleMask);
-  if (!isWhole(band)) limitThreads(band);
+  limitThreads(band);
   const Image image(source.picture);
   std::optional<Image> mask, sampleMask;
   if (source.mask) mask.emplace(*source.mask);

@@ -27,7 +27,7 @@ class Smoothing {
   const std::string& engine() const { return engine_; }
 
  private:
-  bool isWhole(Rows band) const { return band.count() == result_.height; }
+  int32_t threads() const;
   void limitThreads(Rows band) const;
 
   const SmoothRequest& request_;

@@ -133,6 +133,18 @@ class StripReader : public TiffReader {
     if (line_.size() < packedSize(size.width, bits)) fail();
     TIFFGetFieldDefaulted(this->tiff(), TIFFTAG_ROWSPERSTRIP, &stripRows_);
     if (stripRows_ == 0) fail();
+    uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(this->tiff(), TIFFTAG_COMPRESSION, &compression);
+    if (compression == COMPRESSION_NONE) return;
+    for (uint32_t strip = 0; strip < TIFFNumberOfStrips(this->tiff()); ++strip) {
+      compressedBytes_ = std::max(compressedBytes_, TIFFGetStrileByteCount(this->tiff(), strip));
+    }
+  }
+
+  // A compressed strip is taken whole.
+  int64_t keptBytes() const override {
+    constexpr uint64_t most = uint64_t{1} << 60;
+    return static_cast<int64_t>(std::min(compressedBytes_, most));
   }
 
  private:
@@ -147,6 +159,7 @@ class StripReader : public TiffReader {
 
   std::vector<uint8_t> line_;
   uint32_t stripRows_ = 0, next_ = 0;
+  uint64_t compressedBytes_ = 0;  // of the largest strip
 };
 
 // Keeps a row of tiles.

@@ -9,7 +9,8 @@
 
 namespace kip {
 
-// Pixels of its own, row behind row without gaps. Moved, not copied; without pixels after it has been moved from.
+// Pixels of its own, row behind row without gaps. Moved, not copied; without pixels after it has been moved from. Its
+// views must not outlive it: keep a result in an image before you take a view of it.
 template <pixel Pixel>
 class image {
  public:

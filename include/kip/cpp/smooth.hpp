@@ -120,7 +120,8 @@ inline rect needed_rect(const rect& dest, const rect& source, const smooth_param
 
 // A destination that is placed receives a part: source and destination are numbered as `at` says, so that a piece of a
 // picture, as large as needed_rect, gives the same pixels as the whole picture. Only a piece too small for the engine
-// that serves the whole picture may differ, by one, as engines do.
+// that serves the whole picture may differ, by one, as engines do; and one that begins in other columns where sums of
+// 8-bit pixels are not exact: above 2^53, or with .round and a scale whose inverse is no short binary number.
 template <pixel Out, raster_for<Out> Source>
 [[nodiscard]] ksys_status try_smooth(const Source& src, view<Out> dst, const smooth_params& params,
                                      const placement& at) noexcept {

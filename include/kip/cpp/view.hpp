@@ -33,8 +33,8 @@ namespace detail {
 template <typename Matrix, typename Pixel>
 concept matrix = requires(const Matrix& m) {
   { m.data } -> std::convertible_to<std::conditional_t<std::is_const_v<Pixel>, const void*, void*>>;
-  { m.rows } -> std::convertible_to<int>;
-  { m.cols } -> std::convertible_to<int>;
+  { m.rows } -> std::convertible_to<int64_t>;
+  { m.cols } -> std::convertible_to<int64_t>;
   static_cast<size_t>(m.step);
 };
 
@@ -80,10 +80,13 @@ struct view {
   // (KSYS_STATUS_BAD_ARGUMENT) for more than one channel, pixels of another type, and rows that are not whole pixels
   // apart, top to bottom.
   template <detail::matrix<Pixel> Matrix>
-  explicit view(const Matrix& m) : view(static_cast<Pixel*>(address(m)), m.cols, m.rows) {
+  explicit view(const Matrix& m) {
     detail::refuse_other_elements<pixel_type>(m);
     const size_t step = static_cast<size_t>(m.step);
-    if (width < 0 || height < 0) throw error(KSYS_STATUS_BAD_ARGUMENT, "a matrix of two dimensions is wanted");
+    const auto rows = static_cast<int64_t>(m.rows), cols = static_cast<int64_t>(m.cols);
+    if (rows < 0 || cols < 0) throw error(KSYS_STATUS_BAD_ARGUMENT, "a matrix of two dimensions is wanted");
+    if (rows > INT32_MAX || cols > INT32_MAX) throw error(KSYS_STATUS_BAD_ARGUMENT, "too many rows or columns");
+    *this = view(static_cast<Pixel*>(address(m)), static_cast<int32_t>(cols), static_cast<int32_t>(rows));
     if (height <= 1) return;
     if (step % sizeof(Pixel) != 0 || step / sizeof(Pixel) > INT32_MAX ||
         step / sizeof(Pixel) < static_cast<size_t>(width)) {
