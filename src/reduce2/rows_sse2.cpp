@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "reduce2/lanes_sse2.hpp"
-#include "reduce2/vector_rows.hpp"
+#include "reduce2/vector_kernels.hpp"
 
 namespace kip {
 
