@@ -64,8 +64,8 @@ ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* pa
  *
  * The weighted sum is divided by (box width x box height)^(n + 1), with peakNormalize by the largest weight, and
  * truncated; of a value beyond 255 the low 8 bits are kept. Sums are doubles: exact while
- * 255 (box width x box height)^(n + 1) is below 2^53, beyond that with the rounding errors of running sums, and 0 where
- * the quotient is not finite or leaves 64 bits.
+ * 255 (box width x box height)^(n + 1) is below 2^53 (with a width of 1 counted as 2), beyond that with the rounding
+ * errors of running sums, and 0 where the quotient is not finite or leaves 64 bits.
  *
  * Without a pixel to compute *region is null and `dst` returned untouched, or a new image of 0 x 0. When there is
  * nothing to smooth, both sigmas 0 or n = -1 (no box at all), the pixels that both images have are copied with client

@@ -116,8 +116,11 @@ class MultiPassSmoother {
     const double sum =
         std::pow(static_cast<double>(x_.box) * static_cast<double>(y_.box), static_cast<double>(passes_));
     divisor_ = peakNormalize ? middleWeight(x_) * middleWeight(y_) : sum;
-    // the sums are exact, so none is negative, and the quotients fit in 32 bits
-    isSmall_ = 255.0 * sum < 9007199254740992.0 && 255.0 * sum / divisor_ < 2147483648.0;
+    // While every value on the way is exact, no sum is negative. A pass doubles differences before it makes them sums
+    // of a box, so that boxes of one count as two; the passes along the row come last and find the largest values. The
+    // quotients of such sums must fit in 32 bits, too.
+    const double growth = static_cast<double>(std::max<int64_t>(x_.box, 2)) * static_cast<double>(y_.box);
+    isSmall_ = 255.0 * std::pow(growth, static_cast<double>(passes_)) < 0x1p53 && 255.0 * sum / divisor_ < 0x1p31;
 
     for (int64_t row = 0; row < rows_.size; ++row) {
       enterRow(row);
@@ -175,15 +178,18 @@ class MultiPassSmoother {
   // The entering row's pixels into the sums down the columns.
   template <size_t Columns>
   void addDown(int64_t column) const {
-    std::array<double, Columns> values{};
-    if (passes_ <= 8) {
-      addDifference<int16_t>(column, values);  // at most 2^7 * 255
-    } else {
-      addDifference<double>(column, values);
-    }
     double* const last = sums_.get() + margin_ + column;
-    for (int64_t pass = passes_ - 1; pass >= 0; --pass) {
-      double* const sums = last + pass * columns_.size;
+    double* sums = last + (passes_ - 1) * columns_.size;
+    std::array<double, Columns> values;
+    std::copy_n(sums, Columns, values.begin());
+    if (passes_ <= 8) {
+      addDifference(column, values);
+    } else {
+      addTaps<double>(column, values);
+    }
+    std::copy_n(values.begin(), Columns, sums);
+    while (sums != last) {
+      sums -= columns_.size;
       for (size_t k = 0; k < Columns; ++k) values[k] += sums[k];
       for (size_t k = 0; k < Columns; ++k) sums[k] = values[k];
     }
@@ -202,15 +208,22 @@ class MultiPassSmoother {
     sumAlong(values);
   }
 
-  template <typename Value, size_t Columns>
+  // In 16 bits, where sums are at most 2^7 * 255.
+  template <size_t Columns>
   void addDifference(int64_t column, std::array<double, Columns>& values) const {
-    std::array<Value, Columns> difference{};
+    std::array<int16_t, Columns> difference{};
+    addTaps<int16_t>(column, difference);
+    for (size_t k = 0; k < Columns; ++k) values[k] += difference[k];
+  }
+
+  // One after the other onto what is there: of sums that doubles do not hold exactly the order is the result.
+  template <typename Value, size_t Columns>
+  void addTaps(int64_t column, std::array<Value, Columns>& values) const {
     for (const Tap& tap : std::span(taps_.get(), static_cast<size_t>(reached_))) {
       const Value weight = static_cast<Value>(tap.weight);
       const uint8_t* const pixels = tap.row + column;
-      for (size_t k = 0; k < Columns; ++k) difference[k] = static_cast<Value>(difference[k] + weight * pixels[k]);
+      for (size_t k = 0; k < Columns; ++k) values[k] = static_cast<Value>(values[k] + weight * pixels[k]);
     }
-    for (size_t k = 0; k < Columns; ++k) values[k] += difference[k];
   }
 
   // The running sums of all passes, carried on from the group before.
