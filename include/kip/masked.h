@@ -14,8 +14,8 @@
  *     valid:    scale x (sum of weight x pixel) / (sum of weights); the result mask is 255
  *     invalid:  scale x the source pixel at the sample position; the result mask is 0
  * The value is truncated or rounded, then limited to the pixel range. A vectorised engine gives the same but for the
- * rounding of its fixed-point arithmetic; with scales other than powers of two from 2 on it keeps the low bits of a
- * larger result.
+ * rounding of its fixed-point arithmetic; with scales other than powers of two from 2 on, as far as 2^47, it keeps the
+ * low bits of a larger result.
  *
  * The sample position of the output in column c, row r of the rectangle that is computed is the source rectangle's
  * corner + (c xSample, r ySample). It need not be the centre of the kernel, and it moves with a destination that is

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "masked/vec.hpp"
 
+#include <cmath>
 #include <cstring>
 
 #include "frame/memory.hpp"
@@ -26,7 +27,7 @@ template <typename Src, typename Dst>
   if (band.src.width < leastSamples * band.params.xSample || band.src.height < leastSamples * band.params.ySample) {
     return statusFallback;
   }
-  if (!fitsFixedPoint(band.params.scale)) return statusFallback;
+  if (all ? !std::isfinite(band.params.scale) : !fitsFixedPoint(band.params.scale)) return statusFallback;
   const bool isVec2 = hasFeatures(info, ksys_cpuAvx2) && band.imagePlane.width >= maskedRowsAvx2.block;
   kernel = isVec2 ? &maskedRowsAvx2 : &maskedRowsSse2;
 

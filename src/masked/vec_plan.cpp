@@ -30,10 +30,12 @@ namespace {
   return fits ? MaskedDivision::scaled : MaskedDivision::scaledExact;
 }
 
-// Even bytes of a mask let bits of 8-bit pixels through that count nothing, so that quotients have no limit.
-[[nodiscard]] bool mayExceed(const gauss_bandParams& band, double largestSum, const MaskedRowsKernel& kernel) {
-  constexpr double largestQuotient = 0x1p20;  // that divisions in floats get right
-  if (largestSum < largestQuotient) return false;
+// Whether a quotient may leave what the division gets right. `largestSum`: of 8-bit pixels.
+[[nodiscard]] bool mayExceed(MaskedDivision division, const gauss_bandParams& band, double largestSum,
+                             const MaskedRowsKernel& kernel) {
+  if (division != MaskedDivision::plain && division != MaskedDivision::scaled) return false;
+  const double limit = division == MaskedDivision::plain ? maskedFloatLimit : maskedDoubleLimit;
+  if (band.params.scale * largestSum < limit) return false;
   for (int64_t row = 0; row < band.maskPlane.height; ++row) {
     if (kernel.hasEvenBytes(rowOf<uint8_t>(band.maskPlane, row), band.maskPlane.width)) return true;
   }
@@ -88,9 +90,8 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   constexpr int32_t firstWideSigma = 16;
   const bool isNarrow = sizeof(Src) == 1 && params.xSigma < firstWideSigma && params.ySigma < firstWideSigma;
   rows.division = divisionOf(params.scale, static_cast<double>(weights), static_cast<double>(largestPixel));
-  const bool isLimited =
-      all || sizeof(Src) == 2 || rows.division == MaskedDivision::inDoubles || rows.division == MaskedDivision::gain;
-  if (!isLimited && mayExceed(band, largestSum, kernel)) rows.division = MaskedDivision::scaledExact;
+  const bool isSeenThrough = sizeof(Src) == 1 && !all;
+  if (isSeenThrough && mayExceed(rows.division, band, largestSum, kernel)) rows.division = MaskedDivision::scaledExact;
   rows.gainBits = rows.division == MaskedDivision::gain ? exactGainBits(params.scale) : 0;
   const bool isPlain = rows.division == MaskedDivision::plain && sizeof(Src) == sizeof(Dst);
   const bool isGain = rows.division == MaskedDivision::gain;
@@ -110,7 +111,7 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   rows.isRounded = params.roundResult != 0;
   rows.weights = static_cast<uint64_t>(weights);
   rows.scale = params.scale;
-  rows.fixedScale = fixedPoint(params.scale);
+  rows.fixedScale = all ? 0 : fixedPoint(params.scale);
   const double factor = (params.scale == 1.0 ? 1.0 : params.scale) / static_cast<double>(weights);
   const FixedPointFactor fixed(factor, largestSum, isNarrow ? 15 : 20, isNarrow ? 17 : 44);
   rows.pre = fixed.pre;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <limits>
 
 #include "api/geometry_rows.hpp"
@@ -38,6 +39,17 @@ template <typename Src, typename Dst>
   });
 }
 
+// Products of limited ones stay far below 2^64: from this factor on every sample but 0 reaches the limit. Others keep
+// their low bits, whatever is lost above.
+template <typename Dst>
+[[nodiscard]] SampleScale sampleScaleOf(const kip_gaussParams& params) {
+  constexpr uint64_t largest = std::numeric_limits<Dst>::max();
+  const uint64_t half = params.roundResult != 0 ? 32768 : 0;
+  const uint64_t factor = fixedPoint(params.scale);
+  if (!isPowerOfTwo(params.scale)) return {factor, half, std::numeric_limits<uint64_t>::max()};
+  return {std::min(factor, largest << 16), half, largest};
+}
+
 // Turns rows whose values were computed as if all of them were valid into results.
 template <typename Src, typename Dst>
 class Results {
@@ -48,10 +60,7 @@ class Results {
         firstSourceRow_(int64_t{band.src.y} - band.imagePlane.y),
         coverage_(band.maskPlane, geometry, band.params),
         threshold_(coverageThreshold(band.params)),
-        sampleScale_{.factor = fixedPoint(band.params.scale),
-                     .half = band.params.roundResult != 0 ? uint64_t{32768} : 0,
-                     .limit = isPowerOfTwo(band.params.scale) ? std::numeric_limits<Dst>::max()
-                                                              : std::numeric_limits<uint64_t>::max()},
+        sampleScale_(sampleScaleOf<Dst>(band.params)),
         useCoverage_(band.params.filterMask.useCoverage != 0),
         needsCounts_(useCoverage_),
         gainBits_(band.params.scale == 1.0 ? 0 : exactGainBits(band.params.scale)),

@@ -30,12 +30,16 @@ enum class MaskedSums {
 
 // How an output with invalid pixels under its kernel is divided; the others are multiplied by a fixed-point factor.
 enum class MaskedDivision {
-  plain,       // the scale is 1
+  plain,       // the scale is 1; quotients in floats
   gain,        // also where all pixels are valid: the scale is a power of two, products are below 2^48; limited
-  scaled,      // the scale as a fixed-point number; sums and quotients are below 2^52 and 2^31
+  scaled,      // the scale as a fixed-point number; quotients in doubles, sums are below 2^52
   inDoubles,   // also where all pixels are valid, and limited to the largest pixel
   scaledExact  // as scaled or at scale 1, for what has more bits
 };
+
+// What quotients must stay below: 20 bits and a correction come out of floats, 31 bits of doubles. Pixels alone never
+// come near, but even bytes of a mask let bits of 8-bit ones through that count nothing, and a divisor may be 1.
+inline constexpr double maskedFloatLimit = 0x1p20, maskedDoubleLimit = 0x1p31;
 
 // 20 bits of a joined sum belong to the image. Sums of 4096 in the mask's part come out as 0.
 inline constexpr int32_t maskedJoin = 20;

@@ -29,6 +29,7 @@ MaskedCase drawLarge(uint64_t seed, int32_t width, int32_t height, int32_t sigma
   request.sampleMask = drawMask(random, request.region);
   request.params.xSample = request.params.ySample = sample;
   request.params.xSigma = request.params.ySigma = sigma;
+  request.params.scale = 1.2;
   drawn.destination = drawn.computed = oracle::destinationOf(request.region, oracle::legacyOf(request.params));
   return drawn;
 }

@@ -13,6 +13,7 @@
 #include "kip/masked.h"
 #include "oracle/gauss_case.hpp"
 #include "oracle/masked_oracle.hpp"
+#include "support/draws.hpp"
 #include "support/host_images.hpp"
 #include "support/host_seams.hpp"
 
@@ -71,19 +72,10 @@ struct MaskedCase {
   std::string name;
 };
 
-// A mask: all, nothing, holes of any density, blocks; some with bytes other than 0 and 255.
+// The bytes of a source mask may be even but for one.
 inline std::vector<uint8_t> drawMask(Random& random, const ksIRegion& region) {
-  const int32_t kind = random.between(0, 5), block = random.between(1, 9), density = random.between(2, 40);
-  const bool oddBytes = random.chance(3);
-  std::vector<uint8_t> mask;
-  for (int32_t y = 0; y < region.height; ++y) {
-    for (int32_t x = 0; x < region.width; ++x) {
-      bool valid = kind == 0;
-      if (kind == 2) valid = (x / block + y / block) % 2 == 0;
-      if (kind > 2) valid = random.chance(density) == (kind == 3);
-      mask.push_back(!valid ? 0 : oddBytes ? random.pick<uint8_t>({255, 1, 2, 127, 128, 254}) : uint8_t{255});
-    }
-  }
+  std::vector<uint8_t> mask = drawMask(region.width, region.height, random);
+  if (random.chance(6)) makeMostlyEven(mask, random);
   return mask;
 }
 
@@ -99,14 +91,18 @@ MaskedCase drawMaskedCase(uint64_t seed, int32_t index) {
                     .ySample = drawn.params.ySample,
                     .xSigma = std::min(drawn.params.xSigma, Pair::maxSigma),
                     .ySigma = std::min(drawn.params.ySigma, Pair::maxSigma),
-                    .scale = random.pick({1.0, 1.0, 0.3, 0.5, 1.2, 2.0, 300.0}),
+                    .scale = random.chance(4) ? drawScale(random) : random.pick({1.0, 1.0, 0.3, 0.5, 1.2, 2.0, 300.0}),
                     .roundResult = drawn.params.roundResult,
                     .filterMask = {.allowMaskedSample = random.between(0, 1),
                                    .useCoverage = random.between(0, 1),
                                    .minCoverage = random.pick({0.0, 0.1, 0.5, 0.9, 1.0})}};
   request.region = drawn.source.region;
   request.pixels.assign(drawn.source.pixels.begin(), drawn.source.pixels.end());
-  if (!random.chance(6)) request.srcMask = drawMask(random, drawn.source.region);
+  if (!random.chance(6)) {
+    request.srcMask = drawMask(random, drawn.source.region);
+  } else if (sizeof(typename Pair::Src) == 1) {
+    request.params.scale = std::clamp(request.params.scale, 0x1p-100, 0x1p100);  // must not be 0 or infinite as a float
+  }
   if (random.chance(3)) request.sampleMask = drawMask(random, drawn.source.region);
   if constexpr (sizeof(typename Pair::Src) == 2) {
     const bool noise = random.chance(2);
@@ -114,7 +110,8 @@ MaskedCase drawMaskedCase(uint64_t seed, int32_t index) {
   }
   result.destination = drawn.destination;
   result.computed = oracle::destinationOf(request.region, oracle::legacyOf(request.params), &drawn.destination);
-  result.name = std::to_string(index) + ' ' + drawn.describe();
+  result.name =
+      std::to_string(index) + ' ' + drawn.describe() + " scale " + testing::PrintToString(request.params.scale);
   return result;
 }
 

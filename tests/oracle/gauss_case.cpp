@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "support/draws.hpp"
+
 namespace kiptest {
 
 namespace {
@@ -76,7 +78,8 @@ GaussCase drawGaussCase(uint64_t seed, int32_t index, bool mirrored) {
   params.ySigma = random.between(0, 7);
   if (index % 23 == 11) params.xSigma = random.pick({24, 63, 100});
   if (index % 29 == 13) params.ySigma = random.pick({24, 63, 100});
-  params.scale = random.pick({1.0f, 1.0f, 0.5f, 0.75f, 2.0f, 256.0f, 1e-30f, 3e16f, 1e30f});
+  params.scale = random.chance(4) ? drawFloatScale(random)
+                                  : random.pick({1.0f, 1.0f, 0.5f, 0.75f, 2.0f, 256.0f, 1e-30f, 3e16f, 1e30f});
   params.roundResult = random.between(0, 1);
   params.extendBorder = mirrored || !random.chance(4);
   params.peakNormalize = !mirrored && random.chance(8);

@@ -173,7 +173,7 @@ MaskedResult smoothMaskedInIntegers(const MaskedRequest& r, const ksIRegion& des
 
   const double weights = std::pow((r.params.xSigma + 1.0) * (r.params.ySigma + 1.0), 3.0);
   const Factor factor = factorOf(r, weights);
-  const Natural fixedScale = static_cast<uint64_t>(scale * 65536.0);
+  const Natural fixedScale = r.isMaskless ? 0 : static_cast<uint64_t>(scale * 65536.0);
   const bool rounded = r.params.roundResult != 0;
   const auto scaled = [&](int64_t value, Natural half) {
     return scale == 1.0 ? Natural{static_cast<uint64_t>(value)}
