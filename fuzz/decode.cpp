@@ -5,6 +5,8 @@
 #include <array>
 #include <limits>
 
+#include "support/draws.hpp"
+
 namespace kiptest {
 
 namespace {
@@ -105,6 +107,27 @@ kip_gaussParams takeParams(Bytes& bytes, bool hostile) {
   return params;
 }
 
+// What the other draws seldom bring together: any scale, masks of which next to nothing counts, pads longer than a
+// piece of a line, and passes whose sums no double holds exactly.
+void takeExtremes(Bytes& bytes, bool hostile, Request& r) {
+  if (bytes.between(0, 3) == 1) r.params.scale = drawScale(bytes);
+  if (!hostile) r.params.scale = std::clamp(r.params.scale, 0x1p-100, 0x1p100);
+  r.isMostlyEven = r.hasSrcMask && bytes.between(0, 3) == 1;
+  if (r.source.width == 0) return;
+  if (r.function == Function::smooth && bytes.between(0, 7) == 1) {
+    const LongRow row = drawLongRow(bytes);
+    r.params.xSigma = row.sigma;
+    r.source.width = row.width;
+    r.source.height = std::min(r.source.height, 12);
+  }
+  if (r.function == Function::legacy && bytes.between(0, 2) == 1) {
+    r.passes = bytes.between(9, 70);
+    r.params.xSigma %= 3, r.params.ySigma %= 3;
+    r.source.width = (r.passes + 1) * r.params.xSigma + bytes.between(1, 40);
+    r.source.height = (r.passes + 1) * r.params.ySigma + bytes.between(1, 40);
+  }
+}
+
 // As large as what the source supplies, or about so.
 kstd_rect32 takeDestination(Bytes& bytes, bool hostile, const Request& r) {
   const bool alongX = r.function != Function::reduceY, alongY = r.function != Function::reduceX;
@@ -164,13 +187,14 @@ Request decode(std::span<const uint8_t> input, bool hostile) {
       r.params.filterMask.minCoverage = 1.0;
     }
   }
+  takeExtremes(bytes, hostile, r);
   r.destination = takeDestination(bytes, hostile, r);
   return r;
 }
 
 Request drawRequest(uint64_t seed, uint64_t index, bool hostile) {
   Random random(seed, index);
-  std::array<uint8_t, 56> bytes;
+  std::array<uint8_t, 72> bytes;
   for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random.next());
   return decode(bytes, hostile);
 }

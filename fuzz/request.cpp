@@ -5,6 +5,7 @@
 
 #include "api/destination.hpp"
 #include "kip/masked.h"
+#include "support/draws.hpp"
 
 namespace kiptest {
 
@@ -14,22 +15,6 @@ constexpr decltype(&kip_gauss_smoothMasked8_8) maskedImage[] = {kip_gauss_smooth
                                                                 kip_gauss_smoothMasked16_16};
 constexpr decltype(&kip_gauss_smoothMaskedWindow8_8) maskedWindow[] = {
     kip_gauss_smoothMaskedWindow8_8, kip_gauss_smoothMaskedWindow8_16, kip_gauss_smoothMaskedWindow16_16};
-
-// All, nothing, blocks, holes, islands, or any bytes.
-std::vector<uint8_t> drawMaskOver(const kstd_rect32& rect, Random& random) {
-  const int32_t kind = random.between(0, 6), block = random.between(1, 9), density = random.between(2, 40);
-  if (kind > 4) return drawPicture<uint8_t>(rect.width, rect.height, random).pixels;
-  std::vector<uint8_t> mask;
-  for (int32_t y = 0; y < rect.height; ++y) {
-    for (int32_t x = 0; x < rect.width; ++x) {
-      bool valid = kind == 0;
-      if (kind == 2) valid = (x / block + y / block) % 2 == 0;
-      if (kind > 2) valid = random.chance(density) == (kind == 3);
-      mask.push_back(valid ? 255 : 0);
-    }
-  }
-  return mask;
-}
 
 template <typename Pixel>
 kimg_window windowIn(const Canvas<Pixel>& sheet, const kstd_rect32& part) {
@@ -198,8 +183,9 @@ Pictures<Pixel>::Pictures(const Request& request) {
   Random random(request.seed);
   const kstd_rect32 sheet = request.sheet();
   pixels = drawPicture<Pixel>(sheet.width, sheet.height, random).pixels;
-  if (request.hasSrcMask) srcMask = drawMaskOver(sheet, random);
-  if (request.hasSampleMask) sampleMask = drawMaskOver(sheet, random);
+  if (request.hasSrcMask) srcMask = drawMask(sheet.width, sheet.height, random);
+  if (request.isMostlyEven) makeMostlyEven(srcMask, random);
+  if (request.hasSampleMask) sampleMask = drawMask(sheet.width, sheet.height, random);
 }
 
 template struct Pictures<uint8_t>;
@@ -210,14 +196,15 @@ std::string describe(const Request& r) {
                                               "reduceXY", "reduceX", "reduceY",    "noSample"};
   static constexpr const char* forms[] = {"bound", "unbound", "window"};
   std::ostringstream text;
+  text.precision(17);
   text << functions[static_cast<int>(r.function)] << 8 * r.srcBytes << '_' << 8 * r.dstBytes << ' '
        << forms[static_cast<int>(r.form)] << ' ' << regionOf(r.source) << '+' << r.margin << " to "
        << regionOf(r.destination) << " sample " << r.params.xSample << ',' << r.params.ySample << " sigma "
        << r.params.xSigma << ',' << r.params.ySigma << " scale " << r.params.scale << " round " << r.params.roundResult
        << " rule " << r.params.filterMask.allowMaskedSample << r.params.filterMask.useCoverage << ' '
-       << r.params.filterMask.minCoverage << " masks " << r.hasSrcMask << r.hasSampleMask << r.hasDstMask << " passes "
-       << r.passes << (r.peakNormalize != 0 ? " peak" : "") << (r.inPlace != 0 ? " in place" : "") << " seed "
-       << r.seed;
+       << r.params.filterMask.minCoverage << " masks " << r.hasSrcMask << r.hasSampleMask << r.hasDstMask
+       << (r.isMostlyEven ? " even" : "") << " passes " << r.passes << (r.peakNormalize != 0 ? " peak" : "")
+       << (r.inPlace != 0 ? " in place" : "") << " seed " << r.seed;
   return text.str();
 }
 

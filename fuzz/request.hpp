@@ -26,6 +26,7 @@ struct Request {
   kstd_rect32 source = {0, 0, 61, 47}, destination = {};
   int32_t margin = 0;  // of the image around the source's window
   bool hasSrcMask = false, hasSampleMask = false, hasDstMask = false;
+  bool isMostlyEven = false;  // all of the source mask's bytes but one
   Placement placement = Placement::surrounded;
   uint64_t seed = 0;  // of the pictures
 

@@ -7,6 +7,7 @@
 #include "kip/host/ksys.h"
 #include "simd/vec1_model.hpp"
 #include "simd/vec2_model.hpp"
+#include "support/draws.hpp"
 
 namespace kernelcheck {
 
@@ -28,6 +29,12 @@ GaussCase drawLarge(Random& random) {
   params.ySample = random.pick({1, 1, 1, 2, 2, 3, 3, 4, 5});
   params.xSigma = random.between(0, random.pick({3, 8, 24}));
   params.ySigma = random.chance(2) ? params.xSigma : random.between(0, random.pick({3, 8, 24}));
+  if (random.chance(16)) {
+    const LongRow row = drawLongRow(random);
+    params.xSigma = row.sigma;
+    drawn.source.region.width = row.width;
+    drawn.source.region.height = random.between(33, 48);
+  }
   params.extendBorder = !random.chance(4);
   params.peakNormalize = random.chance(8);
   return drawn;
@@ -41,6 +48,7 @@ GaussCase drawForLevel1(uint64_t seed, int32_t index) {
   const float exponent = std::ldexp(1.0f, random.between(-20, 15));
   params.scale = random.pick({1.0f, 0.5f, 2.0f, std::nextafterf(1.0f, 2.0f), exponent});
   if (random.chance(16)) params.scale = random.pick({0.75f, 3.0f, std::nextafterf(1.0f, 0.0f), 1.00001f, 0x1p-30f});
+  if (random.chance(16)) params.scale = drawFloatScale(random);
   params.roundResult = random.chance(30);
   if (random.chance(8)) drawn.source.region.width = 9 * params.xSample + random.between(-1, 40);
   if (random.chance(8)) drawn.source.region.height = 9 * params.ySample + random.between(-1, 40);
@@ -57,6 +65,7 @@ GaussCase drawForLevel2(uint64_t seed, int32_t index) {
   ksIRegion& region = drawn.source.region;
   params.scale = random.pick({1.0f, 1.0f, 0.5f, 0.75f, std::nextafterf(1.0f, 2.0f), std::nextafterf(1.0f, 0.0f),
                               1.0f - 0x1.8p-23f, 2.0f, 300.0f, 1e-30f, 3e7f, 1e30f});
+  if (random.chance(8)) params.scale = drawFloatScale(random);
   params.roundResult = random.between(0, 1);
   if (index % 2 == 0) {
     params.xSigma = params.ySigma = random.between(1, 2);

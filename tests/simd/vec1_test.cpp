@@ -53,32 +53,6 @@ TEST(Vec1, LargeValuesSaturateUnsampledAndWrapSampled) {
   EXPECT_EQ(firstPixel(2, 512.0f, uint16_t{}), 65024u);  // 130560 - 65536
 }
 
-// A kernel so wide that what is mirrored at the right end of a part is more than its last piece.
-TEST(Vec1, AndVec2AreFlatWhereThePictureIs) {
-  const Canvas<uint8_t> pixels({-7, 5, 2000, 40}, 100);
-  const LegacyImage source = legacyOn(pixels);
-  ksGaussParams params = *ksGaussParamsNull();
-  params.extendBorder = 1;
-  params.xSigma = 600;
-  constexpr int32_t level1 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer;
-  for (const int32_t features : {level1, level1 | ksys_cpuSse41 | ksys_cpuAvx2}) {
-    ksys_cpuinfo info;
-    ASSERT_EQ(ksys_cpuinfo_init(&info), 0);
-    if ((info.features & features) != features) continue;
-    const ProcessorOverride processor(1, features);
-    for (const int32_t width : {124, 123, 400}) {
-      ksIRegion requested = {1993 - width, 5, width, 40};
-      ksVImage* out = nullptr;
-      ASSERT_EQ(kip_gauss(source.get(), nullptr, &params, &requested, &out), 0);
-      const LegacyImage result(out);
-      const std::vector<uint8_t> values = pixelsOf<uint8_t>(out);
-      EXPECT_EQ(values.size(), static_cast<size_t>(width) * 40);
-      EXPECT_EQ(values, std::vector<uint8_t>(values.size(), values[0]));
-      EXPECT_NEAR(values[0], 100, 1);
-    }
-  }
-}
-
 TEST(Vec1, RoundsTheMultiplierAndTheDroppedBits) {
   // a sum of 2^26 - 4, where 23 bits are dropped, the first 6 of them rounded
   Request corner(88, 88, 0);
