@@ -16,5 +16,7 @@ install(FILES ${PROJECT_BINARY_DIR}/kipgaussConfig.cmake ${PROJECT_BINARY_DIR}/k
 # Paths relative to the file itself, so that an installed tree can be moved.
 file(RELATIVE_PATH KIP_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" KIP_PC_PREFIX "${KIP_PC_PREFIX}")
-configure_file(cmake/kipgauss.pc.in ${PROJECT_BINARY_DIR}/kipgauss.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kipgauss.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(name kipgauss kipgauss-cpp)
+  configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

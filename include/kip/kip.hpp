@@ -10,9 +10,13 @@
 // may be called from any thread.
 #pragma once
 
+#if !defined(__cpp_concepts) || __cpp_concepts < 201907L
+#error "kip/kip.hpp needs C++20: compile with -std=c++20, or a later standard"
+#else
 #include "cpp/error.hpp"
 #include "cpp/image.hpp"
 #include "cpp/mask.hpp"
 #include "cpp/reduce.hpp"
 #include "cpp/smooth.hpp"
 #include "cpp/view.hpp"
+#endif

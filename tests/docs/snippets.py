@@ -3,7 +3,7 @@
 Runs the fenced blocks of Markdown pages against the library installed in STAGE.
 
 Each page has a folder of its own with the pictures in.png (CHART), in.tif, in.pgm and valid.png, a mask. Blocks of c and
-cpp are whole programs, those of python share one session, those of sh run in bash. A block without a language after a
+cpp are whole programs, left as first.c and first.cpp; those of python share one session, those of sh run in bash. A block without a language after a
 line `prints` is what the block before must have printed. Blocks of text, and those marked no-run, are not run.
 """
 import contextlib
@@ -35,11 +35,11 @@ def run(*command):
 
 
 def runProgram(text, language):
-    compiler, standard = (cc, "c11") if language == "c" else (cxx, "c++20")
-    pathlib.Path(f"snippet.{language}").write_text(text)
-    flags = run("pkg-config", "--cflags", "--libs", "kipgauss").split()
-    run(compiler, f"-std={standard}", "-Wall", "-Wextra", "-Werror", f"snippet.{language}", *flags, "-o", "snippet")
-    return run("./snippet")
+    compiler, package = (cc, "kipgauss") if language == "c" else (cxx, "kipgauss-cpp")
+    pathlib.Path(f"first.{language}").write_text(text)
+    flags = run("pkg-config", "--cflags", "--libs", package).split()
+    run(compiler, "-Wall", "-Wextra", "-Werror", f"first.{language}", *flags, "-o", "program")
+    return run("./program")
 
 
 def runPython(text, names):
