@@ -4,6 +4,7 @@ find_program(KIP_DPKG_SHLIBDEPS dpkg-shlibdeps)
 find_program(KIP_GZIP gzip)
 mark_as_advanced(KIP_DPKG_SHLIBDEPS KIP_GZIP)
 if(NOT KIP_DPKG_SHLIBDEPS OR NOT KIP_GZIP)
+  message(STATUS "Left out: Debian packages; missing: dpkg-shlibdeps (dpkg-dev) or gzip")
   return()
 endif()
 

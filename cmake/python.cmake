@@ -1,5 +1,9 @@
-# Looks for what the Python package is built with: KIP_PYTHON_FOUND. The first interpreter in PATH that has NumPy is
-# taken, else the system's.
+# Looks for what the Python package is built with and adds what is not there to `missing`. The first interpreter in PATH
+# that has NumPy is taken, else the system's.
+if(CMAKE_CROSSCOMPILING OR KIP_SANITIZE)
+  list(APPEND missing "a build for this machine, without sanitizers")
+  return()
+endif()
 foreach(candidate "${Python3_EXECUTABLE}" python3 /usr/bin/python3)
   if(NOT candidate)
     continue()
@@ -11,9 +15,11 @@ foreach(candidate "${Python3_EXECUTABLE}" python3 /usr/bin/python3)
     break()
   endif()
 endforeach()
-find_package(Python3 QUIET COMPONENTS Interpreter Development.Module)
-set(KIP_PYTHON_FOUND OFF)
-if(KIP_INTERPRETER AND Python3_FOUND AND NOT CMAKE_CROSSCOMPILING AND NOT KIP_SANITIZE)
-  find_package(pybind11 2.10 QUIET CONFIG)
-  set(KIP_PYTHON_FOUND ${pybind11_FOUND})
+if(NOT KIP_INTERPRETER)
+  list(APPEND missing "Python with NumPy (python3-numpy)")
+  return()
+endif()
+kip_need(Python3 python3-dev COMPONENTS Interpreter Development.Module)
+if(Python3_FOUND)
+  kip_need(pybind11 pybind11-dev 2.10 CONFIG)
 endif()

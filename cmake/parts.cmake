@@ -1,0 +1,57 @@
+# The parts that need more than a compiler and CMake. Each is ON, OFF or AUTO: AUTO leaves the part out, with one line,
+# when something it needs is missing; ON fails then. A project that contains this one gets the libraries alone.
+set(default AUTO)
+if(NOT PROJECT_IS_TOP_LEVEL)
+  set(default OFF)
+endif()
+set(KIP_TOOLS ${default} CACHE STRING "The command line program (CLI11, libpng, libtiff): ON, OFF or AUTO")
+set(KIP_PYTHON ${default} CACHE STRING "The Python package (pybind11, NumPy): ON, OFF or AUTO")
+set(KIP_TESTS ${default} CACHE STRING "The tests (GoogleTest): ON, OFF or AUTO")
+set_property(CACHE KIP_TOOLS KIP_PYTHON KIP_TESTS PROPERTY STRINGS AUTO ON OFF)
+
+# Looks for a package as find_package does; notes a missing one in `missing`, with the name of its Debian package.
+macro(kip_need package debian)
+  find_package(${package} ${ARGN} QUIET)
+  if(NOT ${package}_FOUND)
+    list(APPEND missing "${package} (${debian})")
+  endif()
+endmacro()
+
+# Makes ON or OFF of the option, by what is in `missing`.
+macro(kip_decide option what)
+  list(JOIN missing ", " missing)
+  if("${missing}" STREQUAL "")
+    set(${option} ON)
+  elseif("${${option}}" STREQUAL "AUTO")
+    message(STATUS "Left out: ${what}; missing: ${missing}")
+    set(${option} OFF)
+  else()
+    message(FATAL_ERROR "${option} is ${${option}}; missing: ${missing}")
+  endif()
+endmacro()
+
+if(KIP_TOOLS)
+  set(missing "")
+  kip_need(CLI11 libcli11-dev)
+  kip_need(PNG libpng-dev)
+  kip_need(TIFF libtiff-dev 4.5)
+  kip_decide(KIP_TOOLS "the program kip")
+endif()
+
+if(KIP_PYTHON)
+  set(missing "")
+  include(cmake/python.cmake)
+  kip_decide(KIP_PYTHON "the Python package")
+endif()
+
+# For another processor GoogleTest is built from the sources that Debian has.
+set(KIP_GTEST_SOURCE /usr/src/googletest)
+if(KIP_TESTS)
+  set(missing "")
+  if(NOT CMAKE_CROSSCOMPILING)
+    kip_need(GTest libgtest-dev)
+  elseif(NOT EXISTS ${KIP_GTEST_SOURCE})
+    list(APPEND missing "${KIP_GTEST_SOURCE} (googletest)")
+  endif()
+  kip_decide(KIP_TESTS "the tests")
+endif()
