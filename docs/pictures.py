@@ -37,4 +37,4 @@ with tempfile.TemporaryDirectory() as name:
         "coverage": ["--mask", mask, "--coverage=0.5", "--allow-masked-sample"],
         "filled": ["--mask", mask, "--coverage=0", "--allow-masked-sample"],
     }.items():
-        kip("smooth", noisy, out, "--sigma=8", "--round", *options, "--sheet", docs / "masks" / f"{sheet}.png")
+        kip("smooth", noisy, out, "--sigma=8", *options, "--sheet", docs / "masks" / f"{sheet}.png")

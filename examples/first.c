@@ -8,6 +8,7 @@ int main(void) {
   kimg_image8 src, dst;
   kip_gaussParams_init(&params);
   params.xSigma = params.ySigma = 2;
+  params.roundResult = 1;
   if (kimg_image8_constructFromMemory(&src, &rect, pixels, 9) < 0 || kimg_image_constructUnbound(&dst) < 0) return 1;
   ksys_status status = kip_gauss_smooth8_8(&src, &dst, &params);
   if (status < 0) return fprintf(stderr, "kipgauss failed: 0x%08X\n", (unsigned)status), 1;

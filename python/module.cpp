@@ -45,13 +45,13 @@ ksys_status unlocked(Call&& call) {
   return call();
 }
 
-kip::smooth_params kernel(Pair sigma, Pair sample, double scale = 1, bool round = false) {
+kip::smooth_params kernel(Pair sigma, Pair sample, double scale = 1, bool truncate = false) {
   return {.x_sigma = sigma.first,
           .y_sigma = sigma.second,
           .x_sample = sample.first,
           .y_sample = sample.second,
           .scale = scale,
-          .round = round};
+          .truncate = truncate};
 }
 
 // Calls function(src, dst) with views of the arrays' pixels: 8 to 8 bits, 8 to 16 or 16 to 16.
@@ -68,16 +68,16 @@ ksys_status withSamePixels(const py::array& src, py::array& dst, Function&& func
   return function(viewOf<uint8_t>(src), writableViewOf<uint8_t>(dst));
 }
 
-ksys_status smooth(const py::array& src, py::array dst, Pair sigma, Pair sample, double scale, bool round) {
-  const kip::smooth_params params = kernel(sigma, sample, scale, round);
+ksys_status smooth(const py::array& src, py::array dst, Pair sigma, Pair sample, double scale, bool truncate) {
+  const kip::smooth_params params = kernel(sigma, sample, scale, truncate);
   return withPixels(src, dst,
                     [&](auto from, auto to) { return unlocked([&] { return kip::try_smooth(from, to, params); }); });
 }
 
 ksys_status smoothMasked(const py::array& src, const py::array& mask, const MaybeArray& sampleMask, py::array dst,
-                         py::array dstMask, Pair sigma, Pair sample, double scale, bool round,
+                         py::array dstMask, Pair sigma, Pair sample, double scale, bool truncate,
                          std::optional<double> minCoverage, bool allowMaskedSample) {
-  const kip::smooth_params params = kernel(sigma, sample, scale, round);
+  const kip::smooth_params params = kernel(sigma, sample, scale, truncate);
   const kip::mask_rule rule = {
       .min_coverage = minCoverage, .allow_masked_sample = allowMaskedSample, .sample_mask = maskOf(sampleMask)};
   const auto valid = viewOf<uint8_t>(mask);

@@ -28,10 +28,10 @@ typedef struct kip_filterMaskParams {
 /* Per axis, three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped), then every
  * sample-th column and row is kept. */
 typedef struct kip_gaussParams {
-  int32_t xSample, ySample;        /* down-sampling factors, >= 1 */
-  int32_t xSigma, ySigma;          /* smoothing sizes in pixels, >= 0; 0: none along that axis */
-  double scale;                    /* gain, > 0; 1 keeps the grey level. Above it results may leave the pixel range */
-  int32_t roundResult;             /* 0: truncate, else round to nearest */
+  int32_t xSample, ySample; /* down-sampling factors, >= 1 */
+  int32_t xSigma, ySigma;   /* smoothing sizes in pixels, >= 0; 0: none along that axis */
+  double scale;             /* gain, > 0; 1 keeps the grey level. Above it results may leave the pixel range */
+  int32_t roundResult;      /* not 0: round to nearest; 0: truncate, by which flat areas may come out one lower */
   kip_filterMaskParams filterMask; /* used by masked smoothing only, validated always */
 } kip_gaussParams;
 

@@ -12,7 +12,7 @@ processor_level: int
 NO_MEMORY: int
 
 def status_text(status: int) -> str: ...
-def smooth(src: _Array, dst: _Array, sigma: _Pair, sample: _Pair, scale: float, round: bool) -> int: ...
+def smooth(src: _Array, dst: _Array, sigma: _Pair, sample: _Pair, scale: float, truncate: bool) -> int: ...
 def smooth_masked(
     src: _Array,
     mask: Mask,
@@ -22,7 +22,7 @@ def smooth_masked(
     sigma: _Pair,
     sample: _Pair,
     scale: float,
-    round: bool,
+    truncate: bool,
     min_coverage: Optional[float],
     allow_masked_sample: bool,
 ) -> int: ...

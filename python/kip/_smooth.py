@@ -69,7 +69,7 @@ def smooth(
     *,
     sample: Pair = 1,
     scale: float = 1.0,
-    round: bool = False,
+    truncate: bool = False,
     dtype: Optional[DTypeLike] = None,
     out: Optional[Array] = None,
 ) -> Array:
@@ -81,7 +81,7 @@ def smooth(
         39 for uint16 images.
     sample: every sample-th column and row is kept; integers of at least 1, one or (x, y).
     scale: gain, above 0. What becomes of results beyond the range of the pixels depends on the processor.
-    round: to nearest; else the result is truncated.
+    truncate: down to a whole number, in place of to the nearest one. Flat areas may come out one lower.
     dtype: uint8 or uint16, by default that of `out` or of the image. A uint16 image gives uint16 only. For a uint8 one
         scale=128 with uint16 keeps seven fractional bits.
     out: array to write and return: of the shape that `smooth_shape` tells, rows of neighbouring pixels, apart from the
@@ -99,7 +99,7 @@ def smooth(
     kernel = take_kernel(sigma, sample)
     kernel.check_largest(pixels, False)
     result = take_out(out, kernel.result_shape(pixels.shape), _result_dtype(pixels, dtype, out), [pixels])
-    check(_kip.smooth(pixels, result, *kernel, take_scale(scale), bool(round)))
+    check(_kip.smooth(pixels, result, *kernel, take_scale(scale), bool(truncate)))
     return result
 
 
@@ -110,7 +110,7 @@ def smooth_masked(
     *,
     sample: Pair = 1,
     scale: float = 1.0,
-    round: bool = False,
+    truncate: bool = False,
     sample_mask: Optional[ArrayLike] = None,
     min_coverage: Optional[float] = None,
     allow_masked_sample: bool = False,
@@ -146,7 +146,7 @@ def smooth_masked(
     coverage = None if min_coverage is None else take_coverage(min_coverage)
     arrays = (pixels, valid, samples, result, result_valid)
     gain = take_scale(scale)
-    check(_kip.smooth_masked(*arrays, *kernel, gain, bool(round), coverage, bool(allow_masked_sample)))
+    check(_kip.smooth_masked(*arrays, *kernel, gain, bool(truncate), coverage, bool(allow_masked_sample)))
     return result, result_valid
 
 

@@ -10,8 +10,8 @@ small that another engine would serve them are joined with their neighbours firs
   before, and compare with calls at that level.
 - Every chunk is computed on one thread; masked calls are compared at `kip.set_threads(1)`, because with several threads
   the last band of a request may be so low that another engine serves it.
-- With `round` and a scale whose inverse is no short binary number, such as 3, the columns of a uint8 image are not cut:
-  the rounding errors of one call run along its rows.
+- With a scale whose inverse is no short binary number, such as 3, the columns of a uint8 image are cut with `truncate`
+  only: the errors of rounded sums run along the rows of one call.
 - Calls of `kip` beside the computation in the same process get its level and one thread, too.
 - One call on a uint16 image of more than 2**30 pixels without a mask is served by the portable engine; chunks are not.
 
@@ -131,7 +131,7 @@ def smooth(
     *,
     sample: Pair = 1,
     scale: float = 1.0,
-    round: bool = False,
+    truncate: bool = False,
     dtype: Optional[DTypeLike] = None,
 ) -> da.Array:
     """`kip.smooth` of a Dask array.
@@ -145,9 +145,9 @@ def smooth(
     weights = ((x + 1) * (y + 1)) ** 3
     if 255 * weights >= 2**53:
         raise ValueError(f"sigma is {sigma!r}; sums are not exact any more, and would depend on the chunks")
-    if round and array.dtype == np.uint8 and not _is_exact(0.5 * (weights / take_scale(scale)), 255 * weights):
+    if not truncate and array.dtype == np.uint8 and not _is_exact(0.5 * (weights / take_scale(scale)), 255 * weights):
         axes[1] = axes[1]._replace(least=array.shape[1])
-    options = dict(sigma=sigma, sample=sample, scale=scale, round=round, dtype=dtype)
+    options = dict(sigma=sigma, sample=sample, scale=scale, truncate=truncate, dtype=dtype)
     return _apply(functools.partial(_smooth.smooth, **options), [array], axes)
 
 
@@ -162,7 +162,7 @@ def smooth_masked(
     *,
     sample: Pair = 1,
     scale: float = 1.0,
-    round: bool = False,
+    truncate: bool = False,
     sample_mask: Any = None,
     min_coverage: Optional[float] = None,
     allow_masked_sample: bool = False,
@@ -175,7 +175,7 @@ def smooth_masked(
     if sample_mask is not None:
         arrays.append(_take(sample_mask, "sample_mask", array.shape))
     rule = dict(min_coverage=min_coverage, allow_masked_sample=allow_masked_sample)
-    options = dict(sigma=sigma, sample=sample, scale=scale, round=round, dtype=dtype)
+    options = dict(sigma=sigma, sample=sample, scale=scale, truncate=truncate, dtype=dtype)
     pixels, valid = _apply(functools.partial(_smooth_masked, **options, **rule), arrays, axes)
     return pixels, valid
 

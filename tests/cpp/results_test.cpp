@@ -17,7 +17,7 @@ kip::smooth_params drawParams(Random& random) {
           .x_sample = random.between(1, 3),
           .y_sample = random.between(1, 3),
           .scale = random.pick({1.0, 1.0, 0.5, 0.3}),
-          .round = random.chance(2)};
+          .truncate = random.chance(2)};
 }
 
 kip_gaussParams toC(const kip::smooth_params& params, const kip::mask_rule& rule = {}) {
@@ -25,7 +25,7 @@ kip_gaussParams toC(const kip::smooth_params& params, const kip::mask_rule& rule
   require(kip_gaussParams_init(&c) == 0, "parameters");
   c.xSigma = params.x_sigma, c.ySigma = params.y_sigma;
   c.xSample = params.x_sample, c.ySample = params.y_sample;
-  c.scale = params.scale, c.roundResult = params.round;
+  c.scale = params.scale, c.roundResult = !params.truncate;
   c.filterMask.allowMaskedSample = rule.allow_masked_sample;
   c.filterMask.useCoverage = rule.min_coverage.has_value();
   c.filterMask.minCoverage = rule.min_coverage.value_or(0);

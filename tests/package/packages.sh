@@ -19,8 +19,8 @@ for package in "$folder"/*.deb; do
   dpkg-deb --extract "$package" "$root"
 done
 
-"$root/usr/bin/kip" smooth "$chart" "$folder/packaged.pgm" --sigma 3 --round
-"$program" smooth "$chart" "$folder/built.pgm" --sigma 3 --round
+"$root/usr/bin/kip" smooth "$chart" "$folder/packaged.pgm" --sigma 3
+"$program" smooth "$chart" "$folder/built.pgm" --sigma 3
 cmp "$folder/packaged.pgm" "$folder/built.pgm"
 ldd "$root/usr/bin/kip" | grep -q "$root" || { echo "kip uses other libraries than those beside it" && exit 1; }
 sh "$here/pkg_config.sh" "$root/usr" "$libdir" "$cc" "$consumer" 1
@@ -29,4 +29,4 @@ PYTHONPATH=$root/usr/$pythondir "$python" -B -c "
 import sys, kip, numpy
 assert kip.__file__.startswith(sys.argv[1]), kip.__file__
 bright = numpy.full((20, 30), 7, dtype=numpy.uint8)
-assert (kip.smooth(bright, 2, round=True) == 7).all()" "$root"
+assert (kip.smooth(bright, 2) == 7).all()" "$root"

@@ -43,7 +43,7 @@ def draw_case(random, rng):
     mask = np.kron(rng.random([n // 16 + 1 for n in shape]) < 0.7, np.ones((16, 16), bool))[: shape[0], : shape[1]]
     sigma = random.choice([(1, 1), (2, 2), (3, 3), (3, 0), (12, 5), (0, 8), (24, 24)])
     sample = random.choice([(1, 1), (1, 1), (2, 3), (5, 2), (11, 1)])
-    options = dict(sample=sample, scale=random.choice([1.0, 0.3, 2.0, 3.0, 100.0]), round=random.random() < 0.5)
+    options = dict(sample=sample, scale=random.choice([1.0, 0.3, 2.0, 3.0, 100.0]), truncate=random.random() < 0.5)
     if dtype == np.uint8 and random.random() < 0.5:
         options["dtype"] = np.uint16
     axes = random.choice(["x", "y", "xy"])

@@ -29,7 +29,7 @@ def test_smooth_is_three_uniform_filters(rng, level, dtype, out_dtype):
     for sigma, sample, rounded in KERNELS:
         sums = box_sums(image, sigma, sample)
         weights = ((sigma[0] + 1) * (sigma[1] + 1)) ** 3
-        result = kip.smooth(image, sigma, sample=sample, scale=gain, round=rounded, dtype=out_dtype)
+        result = kip.smooth(image, sigma, sample=sample, scale=gain, truncate=not rounded, dtype=out_dtype)
         assert result.dtype == out_dtype and result.shape == kip.smooth_shape(image.shape, sigma, sample)
         error = result - divide(sums, weights, gain, rounded)
         if level == "portable":  # multiplies by the rounded reciprocal: below where the quotient has no fraction
@@ -37,6 +37,21 @@ def test_smooth_is_three_uniform_filters(rng, level, dtype, out_dtype):
             assert np.all((error == 0) | (has_none & (error == -1))), (sigma, sample, rounded)
         else:
             assert np.abs(error).max() <= (1 if gain == 1 else 3), (sigma, sample, rounded)
+
+
+@pytest.mark.parametrize("dtype, out_dtype", DTYPES)
+def test_flat_areas_stay_unless_truncated(level, dtype, out_dtype):
+    greys, gain = range(0, np.iinfo(dtype).max + 1, 1 if dtype == np.uint8 else 257), 1 if dtype == out_dtype else 256
+    for sigma in (1, 2, 5, 8, 11, 23):
+        for grey in greys:
+            flat = np.full((40, 40), grey, dtype)
+            smoothed = kip.smooth(flat, sigma, scale=gain, dtype=out_dtype)
+            masked, _ = kip.smooth_masked(flat, flat >= 0, sigma, scale=gain, dtype=out_dtype)
+            assert np.all(smoothed == gain * grey) and np.all(masked == gain * grey), (sigma, grey)
+    for sigma, lost in (2, (125, 255, 255)), (5, (125, 255, 125)):
+        flats = (np.full((40, 40), grey, np.uint8) for grey in range(256))
+        lower = sum(np.all(kip.smooth(flat, sigma, truncate=True) == flat.astype(int) - 1) for flat in flats)
+        assert lower == dict(zip(("portable", 1, 2), lost))[level]
 
 
 @pytest.mark.parametrize("dtype, out_dtype", DTYPES)
@@ -61,7 +76,7 @@ def test_smooth_masked_is_the_mean_of_valid_pixels(rng, level, dtype, out_dtype)
         means = divide(box_sums(image * mask, sigma, sample), weights, gain, rounded)
         wanted = np.where(valid, means, gain * samples(image, sigma, sample).astype(np.int64))
 
-        options = dict(sample=sample, scale=gain, round=rounded, dtype=out_dtype)
+        options = dict(sample=sample, scale=gain, truncate=not rounded, dtype=out_dtype)
         result, result_mask = kip.smooth_masked(image, mask, sigma, **options, **rule)
         assert result.dtype == out_dtype and np.array_equal(result_mask, 255 * valid), (sigma, sample, rule)
         assert np.abs(result - wanted).max() <= (level != "portable"), (sigma, sample, rounded, rule)

@@ -88,7 +88,7 @@ TEST_F(Bands, SmoothingGivesTheSamePixels) {
       const std::string in = random.pick({"8.pgm", "16.tif"});
       Words request = {"smooth", folder / in, folder / "out.tif", "--sigma", sigma};
       request = request + mask + Words{"--sample", random.pick({"1", "2", "3", "1,2"})};
-      if (random.chance(2)) request.push_back("--round");
+      if (random.chance(2)) request.push_back("--truncate");
       if (random.chance(2)) request = request + Words{"--depth", "16"};
       if (random.chance(2)) request = request + Words{"--level", random.pick({"portable", "1"})};
       if (mask.empty() && random.chance(2)) request = request + Words{"--roi", "7,33,60,941"};
@@ -97,12 +97,13 @@ TEST_F(Bands, SmoothingGivesTheSamePixels) {
   }
 }
 
-// Level 1 comes out one lower at places, and so it does for a part that needs fewer rows than it asks for.
+// Truncated, level 1 comes out one lower at places, and so it does for a part that needs fewer rows than it asks for.
 TEST_F(Bands, OfAFewRowsAreServedByTheEngineOfTheWhole) {
   Picture steps = Picture::make(2550, 60, 8);
   for (size_t i = 0; i < steps.pixels8.size(); ++i) steps.pixels8[i] = static_cast<uint8_t>(i % 2550 / 10);
   write(folder / "steps.pgm", steps);
-  const Words command = {"smooth", folder / "steps.pgm", folder / "out.pgm", "--sigma", "2", "--level", "1"};
+  const Words command = {"smooth", folder / "steps.pgm", folder / "out.pgm", "--sigma",
+                         "2",      "--truncate",         "--level",          "1"};
   ASSERT_EQ(runKip(command).code, 0);
   const Picture whole = read(folder / "out.pgm");
   ASSERT_EQ(runKip(command + Words{"--roi", "0,30,2550,1"}).code, 0);

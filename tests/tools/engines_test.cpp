@@ -29,18 +29,18 @@ struct Served {
   bool deep = false;        // the picture has 16 bits
 };
 const Served kServed[] = {
-    {{"--sigma", "3"}, true, true},
-    {{"--sigma", "3", "--depth", "16"}, true, true},
-    {{"--sigma", "3", "--sample", "2", "--scale", "0.5"}, true, true},
-    {{"--sigma", "1"}, true, true},
-    {{"--sigma", "2", "--sample", "3"}, true, true},
-    {{"--sigma", "3", "--round"}, false, true},
-    {{"--sigma", "3", "--scale", "0.75"}, false, true},
-    {{"--sigma", "1,64"}, false, true},
+    {{"--sigma", "3", "--truncate"}, true, true},
+    {{"--sigma", "3", "--truncate", "--depth", "16"}, true, true},
+    {{"--sigma", "3", "--truncate", "--sample", "2", "--scale", "0.5"}, true, true},
+    {{"--sigma", "1", "--truncate"}, true, true},
+    {{"--sigma", "2", "--truncate", "--sample", "3"}, true, true},
+    {{"--sigma", "3"}, false, true},
+    {{"--sigma", "3", "--truncate", "--scale", "0.75"}, false, true},
+    {{"--sigma", "1,64", "--truncate"}, false, true},
     {{"--sigma", "1,203"}, false, false},
-    {{"--sigma", "3", "--roi", "10,10,32,300"}, true, false},
+    {{"--sigma", "3", "--truncate", "--roi", "10,10,32,300"}, true, false},
     {{"--sigma", "1", "--sample", "100"}, false, false},
-    {{"--sigma", "3", "--sample-mask", KIP_SHIPPED_CHART}, true, true},
+    {{"--sigma", "3", "--truncate", "--sample-mask", KIP_SHIPPED_CHART}, true, true},
     {{"--sigma", "3", "--mask", KIP_SHIPPED_CHART}, true, true, true},
     {{"--sigma", "3", "--mask", KIP_SHIPPED_CHART, "--sample", "100"}, false, false, true},
     {{"--sigma", "3"}, true, true, true, true},
@@ -52,7 +52,10 @@ bool isUsable(const Level& level) {
   const std::string info = runKip({"info"}).out;
   const size_t line = info.find("  " + std::string(level.name) + " ");
   EXPECT_NE(line, std::string::npos) << info;
-  return info.substr(line, info.find('\n', line) - line).find(" usable") != std::string::npos;
+  const std::string state = info.substr(line, info.find('\n', line) - line);
+  const bool isUsable = state.find(" usable") != std::string::npos;
+  EXPECT_EQ(state.find("--truncate only") != std::string::npos, isUsable && level.option[0] == '1');
+  return isUsable;
 }
 
 TEST(Engines, AreNamedAsTheyServe) {
@@ -79,12 +82,13 @@ TEST(Engines, AreForcedThroughTheProcessorOverride) {
   const Folder folder;
   kip_gaussParams params;
   kip_gaussParams_init(&params);
-  params.xSigma = params.ySigma = 2;
+  params.xSigma = params.ySigma = 2;  // truncated: each engine has pixels of its own
   for (const Level& level : kLevels) {
     if (!isUsable(level)) continue;
     SCOPED_TRACE(level.name);
-    ASSERT_EQ(runKip({"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--sigma", "2", "--level", level.option}).code,
-              0);
+    const Outcome outcome = runKip(
+        {"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--sigma", "2", "--truncate", "--level", level.option});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
     ksys_cpuinfo_setOverride(level.vendor, level.features);
     const Called expected = callOn(read(KIP_SHIPPED_CHART), std::nullopt, [&](auto* src, auto*, auto* dst, auto*) {
       return kip_gauss_smooth8_8(src, dst, &params);

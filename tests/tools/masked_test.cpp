@@ -30,6 +30,7 @@ kip_gaussParams parametersOf(int32_t xSigma, int32_t ySigma) {
   kip_gaussParams_init(&params);
   params.xSigma = xSigma;
   params.ySigma = ySigma;
+  params.roundResult = 1;
   return params;
 }
 

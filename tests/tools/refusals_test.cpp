@@ -109,6 +109,7 @@ TEST(Refusal, OfOptionsIsWrongUsage) {
       {"--sheet", "sheet.pgm"},
       {"--sigma", "2"},
       {"--unknown", "1"},
+      {"--round", ""},
       {"--sheet", folder / "./out.png"},
       {"--level", "3"},
       {"--threads", "-1"},

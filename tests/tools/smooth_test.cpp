@@ -40,7 +40,7 @@ std::vector<std::string> argumentsOf(const Request& request, const Folder& folde
   makePng(in, {request.sourceDepth, PNG_COLOR_TYPE_GRAY});
   std::vector<std::string> arguments = {
       "smooth", in, folder / "out.pgm", "--sigma", request.sigma, "--sample", request.sample, "--scale", request.scale};
-  if (request.round != 0) arguments.push_back("--round");
+  if (request.round == 0) arguments.push_back("--truncate");
   // The part of a 16-bit picture may be too small for the engine that serves the whole, which is one off at times.
   if (request.sourceDepth == 16) arguments.insert(arguments.end(), {"--level", "portable"});
   if (request.sourceDepth != request.depth) arguments.insert(arguments.end(), {"--depth", "16"});

@@ -57,14 +57,15 @@ std::vector<uint64_t> traceCall(const std::function<void()>& call) {
   return sizes;
 }
 
-// A request that every engine serves.
-void smoothSample() {
+// A request that every engine serves, at least truncated.
+void smoothSample(int32_t roundResult) {
   Picture picture = Picture::make(64, 64, 8);
   const Image source(picture);
   Image result;
   kip_gaussParams params;
   kip_gaussParams_init(&params);
   params.xSigma = params.ySigma = 3;
+  params.roundResult = roundResult;
   (void)kip_gauss_smooth8_8(&source.record, &result.record, &params);
 }
 
@@ -78,7 +79,12 @@ std::vector<EngineState> listEngines() {
     std::string state = "the processor lacks it";
     if (offers(info, level)) {
       const Override forced(level);
-      state = servingEngine(EngineFamily::levels, smoothSample) == level.name ? "usable" : "not part of this library";
+      const auto serves = [&](int32_t roundResult) {
+        return servingEngine(EngineFamily::levels, [&] { smoothSample(roundResult); }) == level.name;
+      };
+      state = !serves(0)  ? "not part of this library"
+              : serves(1) ? "usable"
+                          : "usable; 8-bit pictures without a mask: with --truncate only";
     }
     engines.push_back({level.name, state});
   }

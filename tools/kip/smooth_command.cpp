@@ -75,6 +75,7 @@ Values
   A scale above 1 may give values beyond the result's range: by the engine, their low 8 or 16 bits are stored, or the
   largest value. 16-bit results of an 8-bit picture keep its 0 to 255 unless --scale is given: --depth 16 --scale 256
   keeps 8 fractional bits. A 16-bit picture has a 16-bit result and a sigma of at most 39.
+  Results are rounded to nearest. --truncate rounds down, and flat areas may come out one lower: 100 as 99 at sigma 2.
   Result pixel u lies at source position u N + floor(N / 2) + (1 if N and sigma + 1 are odd) - 1. With N = 1 an odd
   sigma therefore shifts pixel numbers by one (source columns 0 to 9 give columns 1 to 10); OUT holds all of them.
   With --roi it holds those whose positions lie in the rectangle, computed from the whole picture around them.
@@ -88,13 +89,18 @@ Masks (8-bit grey pictures of IN's size; 0 is invalid, any other value valid)
   where the result is valid, 0 elsewhere. The sigma of an 8-bit IN is at most 63, with --level portable 24. --roi does
   not go with masks.
 
+Engines
+  The best one that the processor has and that serves the request; else the portable one. Level 1 serves 8-bit pictures
+  without a mask with --truncate only. --level holds the library to one, kip info lists them, --verbose says which
+  served.
+
 Memory
   A picture for which --memory does not suffice is done in bands of rows, with the same pixels as at once. It is meant
   for the pixels; the program itself takes some megabytes more. An interlaced PNG and --sheet need all rows at once, and
   so do the largest sigmas, those whose sums of grey levels exceed 2^53.
 
 Examples
-  kip smooth in.png out.png --sigma 3 --round
+  kip smooth in.png out.png --sigma 3
   kip smooth in.tif half.tif --sigma 1 --sample 2 --roi 100,50,320,240
   kip smooth in.pgm fine.png --sigma 5,0 --depth 16 --scale 256 --sheet sheet.png --verbose
   kip smooth in.png out.png --sigma 4 --mask valid.png --mask-out still-valid.png
@@ -115,7 +121,7 @@ void addSmoothCommand(CLI::App& app) {
   command->add_option("--sample", arguments->sample, "Keep every N-th pixel, 1 to 1000000: N, or NX,NY")
       ->capture_default_str();
   command->add_option("--scale", arguments->scale, "Gain, above 0; 1 keeps the grey level")->capture_default_str();
-  command->add_flag("--round", arguments->round, "Round to nearest in place of down");
+  command->add_flag("--truncate", arguments->truncate, "Round down in place of to nearest");
   command->add_option("--depth", arguments->depth, "Bits of a result pixel: 8 or 16; those of IN when not given")
       ->check(CLI::IsMember({8, 16}));
   command->add_option("--roi", arguments->roi, "Compute only what samples this part of IN: X,Y,W,H in pixels");

@@ -35,7 +35,7 @@ SmoothRequest parseSmoothRequest(const SmoothArguments& arguments) {
   request.params.xSample = sample[0];
   request.params.ySample = sample[1];
   request.params.scale = parsePositive("--scale", arguments.scale);
-  request.params.roundResult = arguments.round ? 1 : 0;
+  request.params.roundResult = arguments.truncate ? 0 : 1;
   request.params.filterMask.allowMaskedSample = arguments.allowMaskedSample ? 1 : 0;
   if (!arguments.coverage.empty()) {
     request.params.filterMask.useCoverage = 1;

@@ -15,7 +15,7 @@ struct SmoothArguments {
   std::string in, out, sheet, sigma, sample = "1", scale = "1", roi, sampleMask, coverage, level, threads = "0",
                                      memory = kDefaultMemory;
   MaskOptions masks;
-  bool round = false, allowMaskedSample = false, verbose = false;
+  bool truncate = false, allowMaskedSample = false, verbose = false;
   int depth = 0;  // 0: that of the source
 
   bool isMasked() const { return !masks.mask.empty() || !sampleMask.empty(); }

@@ -16,7 +16,7 @@ struct smooth_params {
   int32_t x_sigma = 1, y_sigma = 1;    // >= 0, in source pixels
   int32_t x_sample = 1, y_sample = 1;  // >= 1: 2 keeps every second column or row
   double scale = 1;                    // gain, > 0
-  bool round = false;                  // to the nearest value; else truncate
+  bool truncate = false;               // else round to the nearest value; flat areas may come out one lower
 };
 
 // Where a source and a destination lie in a larger picture: the numbers of their top-left pixels, each in its own
@@ -28,7 +28,7 @@ struct placement {
 namespace detail {
 
 inline kip_gaussParams to_c(const smooth_params& params) noexcept {
-  return {params.x_sample, params.y_sample, params.x_sigma, params.y_sigma, params.scale, params.round ? 1 : 0, {}};
+  return {params.x_sample, params.y_sample, params.x_sigma, params.y_sigma, params.scale, params.truncate ? 0 : 1, {}};
 }
 inline kip_gaussParams to_c(const smooth_params& params, const mask_rule& rule) noexcept {
   kip_gaussParams record = to_c(params);
@@ -121,7 +121,8 @@ inline rect needed_rect(const rect& dest, const rect& source, const smooth_param
 // A destination that is placed receives a part: source and destination are numbered as `at` says, so that a piece of a
 // picture, as large as needed_rect, gives the same pixels as the whole picture. Only a piece too small for the engine
 // that serves the whole picture may differ, by one, as engines do; and one that begins in other columns where sums of
-// 8-bit pixels are not exact: above 2^53, or with .round and a scale whose inverse is no short binary number.
+// 8-bit pixels are not exact: above 2^53, or when they are rounded with a scale whose inverse is no short binary
+// number.
 template <pixel Out, raster_for<Out> Source>
 [[nodiscard]] ksys_status try_smooth(const Source& src, view<Out> dst, const smooth_params& params,
                                      const placement& at) noexcept {
