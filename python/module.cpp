@@ -100,6 +100,13 @@ Pair smoothSize(int32_t width, int32_t height, Pair sigma, Pair sample) {
   return {rect.width, rect.height};
 }
 
+// -1: there is none.
+int32_t sigmaOf(double stddev) {
+  int32_t sigma = -1;
+  (void)kip::try_stddev(stddev, sigma);
+  return sigma;
+}
+
 int32_t largestSigma(int32_t bits) {
   int32_t sigma = 0;
   (void)(bits == 8 ? kip_gaussParamsGetMaxSigma : kip_gaussParamsGetMaxSigma16)(&sigma);
@@ -170,6 +177,7 @@ PYBIND11_MODULE(_kip, module) {
   module.def("smooth", smooth);
   module.def("smooth_masked", smoothMasked);
   module.def("result_mask", resultMask);
+  module.def("stddev", sigmaOf);
   module.def("smooth_size", smoothSize);
   module.def("largest_sigma", largestSigma);
   module.def("reduce", reduce);

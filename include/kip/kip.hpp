@@ -3,6 +3,7 @@
 //
 //   kip::view<Pixel>     pixels in the caller's memory        kip::image<Pixel>   pixels of its own
 //   kip::smooth, kip::smooth_masked, kip::result_mask         Gaussian smoothing, with down-sampling and masks
+//   kip::stddev, kip::stddev_of                               a sigma by its standard deviation, and back
 //   kip::reduce, kip::pyramid, kip::binomial                  the kernel 1 4 6 4 1, with and without masks
 //
 // Each function has a form that returns new images and throws kip::error, and one named try_ that writes into the
@@ -18,5 +19,6 @@
 #include "cpp/mask.hpp"
 #include "cpp/reduce.hpp"
 #include "cpp/smooth.hpp"
+#include "cpp/stddev.hpp"
 #include "cpp/view.hpp"
 #endif

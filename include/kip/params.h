@@ -25,8 +25,8 @@ typedef struct kip_filterMaskParams {
                                 nearest whole number of pixels */
 } kip_filterMaskParams;
 
-/* Per axis, three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped), then every
- * sample-th column and row is kept. */
+/* Per axis, three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped, of standard
+ * deviation sqrt(sigma (sigma + 2)) / 2), then every sample-th column and row is kept. */
 typedef struct kip_gaussParams {
   int32_t xSample, ySample; /* down-sampling factors, >= 1 */
   int32_t xSigma, ySigma;   /* smoothing sizes in pixels, >= 0; 0: none along that axis */

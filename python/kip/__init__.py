@@ -11,6 +11,7 @@ from ._error import Error
 from ._kip import __version__
 from ._process import level, set_level, set_threads, threads
 from ._smooth import origin, result_mask, smooth, smooth_masked, smooth_shape
+from ._stddev import stddev
 
 __all__ = [
     "Error",
@@ -27,5 +28,6 @@ __all__ = [
     "smooth",
     "smooth_masked",
     "smooth_shape",
+    "stddev",
     "threads",
 ]

@@ -5,7 +5,7 @@ from __future__ import annotations
 
 import math
 import operator
-from typing import Any, Iterable, Optional, Sequence, Tuple, Union
+from typing import Any, Callable, Iterable, Optional, Sequence, Tuple, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, DTypeLike, NDArray
@@ -83,17 +83,25 @@ def take_out(
     return out
 
 
-def take_pair(value: Pair, name: str, least: int) -> Tuple[int, int]:
-    """(x, y) of a number for both axes or of a pair (x, y)."""
-    wanted = f"wanted an integer of at least {least}, or a pair (x, y) of them"
+def take_two(value: Any, convert: Callable[[Any], int], refusal: str) -> Tuple[int, int]:
+    """What becomes of a number for both axes or of a pair (x, y)."""
     try:
         pair = value if isinstance(value, Iterable) else (value, value)
-        numbers = [operator.index(number) for number in pair]
+        numbers = [convert(number) for number in pair]
     except TypeError:
-        raise TypeError(f"{name} is {value!r}; {wanted}") from None
-    if len(numbers) != 2 or not all(least <= number <= _LARGEST for number in numbers):
-        raise ValueError(f"{name} is {value!r}; {wanted}")
+        raise TypeError(refusal) from None
+    if len(numbers) != 2:
+        raise ValueError(refusal)
     return numbers[0], numbers[1]
+
+
+def take_pair(value: Pair, name: str, least: int) -> Tuple[int, int]:
+    """(x, y) of a number for both axes or of a pair (x, y)."""
+    refusal = f"{name} is {value!r}; wanted an integer of at least {least}, or a pair (x, y) of them"
+    x, y = take_two(value, operator.index, refusal)
+    if not (least <= x <= _LARGEST and least <= y <= _LARGEST):
+        raise ValueError(refusal)
+    return x, y
 
 
 def take_scale(scale: float) -> float:

@@ -11,6 +11,7 @@ from numpy.typing import ArrayLike, DTypeLike
 from . import _kip
 from ._arrays import Array, Mask, Pair, take_coverage, take_image, take_mask, take_out, take_pair, take_scale
 from ._error import check
+from ._stddev import Deviation, take_stddev
 
 
 class Kernel(NamedTuple):
@@ -31,8 +32,16 @@ class Kernel(NamedTuple):
             raise ValueError(f"sigma is {self.sigma}; at most {largest} goes with {'a mask' if masked else 'uint16'}")
 
 
-def take_kernel(sigma: Pair, sample: Pair) -> Kernel:
-    return Kernel(take_pair(sigma, "sigma", 0), take_pair(sample, "sample", 1))
+def take_kernel(sigma: Optional[Pair], sample: Pair, stddev: Optional[Deviation] = None) -> Kernel:
+    if sigma is not None and stddev is not None:
+        raise TypeError("sigma and stddev are given; wanted one of them")
+    if sigma is not None:
+        sigmas = take_pair(sigma, "sigma", 0)
+    elif stddev is not None:
+        sigmas = take_stddev(stddev)
+    else:
+        raise TypeError("sigma is missing, or stddev in its place")
+    return Kernel(sigmas, take_pair(sample, "sample", 1))
 
 
 def _result_dtype(image: Array, dtype: Optional[DTypeLike], out: Optional[Array]) -> DTypeLike:
@@ -65,8 +74,9 @@ def smooth_shape(shape: Tuple[int, int], sigma: Pair, sample: Pair = 1) -> Tuple
 
 def smooth(
     image: ArrayLike,
-    sigma: Pair,
+    sigma: Optional[Pair] = None,
     *,
+    stddev: Optional[Deviation] = None,
     sample: Pair = 1,
     scale: float = 1.0,
     truncate: bool = False,
@@ -77,8 +87,9 @@ def smooth(
 
     image: (rows, columns) of uint8 or uint16; not copied when the pixels of a row are neighbours in memory.
     sigma: integers of at least 0, in pixels; one for both axes or (x, y), where x runs along a row. The kernel has
-        3 sigma + 1 taps, bell-shaped weights and a standard deviation of sqrt((sigma + 1)**2 - 1) / 2 pixels. At most
-        39 for uint16 images.
+        3 sigma + 1 taps and bell-shaped weights. At most 39 for uint16 images.
+    stddev: in place of sigma, the standard deviation of the kernel in pixels, at least 0; one or (x, y). The nearest
+        sigma is taken, which `kip.stddev` tells: that of a sigma is sqrt(sigma * (sigma + 2)) / 2.
     sample: every sample-th column and row is kept; integers of at least 1, one or (x, y).
     scale: gain, above 0. What becomes of results beyond the range of the pixels depends on the processor.
     truncate: down to a whole number, in place of to the nearest one. Flat areas may come out one lower.
@@ -92,11 +103,11 @@ def smooth(
     where d is 0 for sample 1, else sample // 2 + (sample & (sigma + 1) & 1) - 1. The centre of the kernel of an odd
     sigma therefore lies half a pixel behind position c * sample + d.
 
-    Raises TypeError for a wrong dtype; ValueError for a wrong shape, number or `out`; MemoryError; Error for what else
-    the library refuses. The interpreter's lock is released meanwhile.
+    Raises TypeError for a wrong dtype or type; ValueError for a wrong shape, number or `out`; MemoryError; Error for
+    what else the library refuses. The interpreter's lock is released meanwhile.
     """
     pixels = take_image(image)
-    kernel = take_kernel(sigma, sample)
+    kernel = take_kernel(sigma, sample, stddev)
     kernel.check_largest(pixels, False)
     result = take_out(out, kernel.result_shape(pixels.shape), _result_dtype(pixels, dtype, out), [pixels])
     check(_kip.smooth(pixels, result, *kernel, take_scale(scale), bool(truncate)))
@@ -106,8 +117,9 @@ def smooth(
 def smooth_masked(
     image: ArrayLike,
     mask: ArrayLike,
-    sigma: Pair,
+    sigma: Optional[Pair] = None,
     *,
+    stddev: Optional[Deviation] = None,
     sample: Pair = 1,
     scale: float = 1.0,
     truncate: bool = False,
@@ -138,7 +150,7 @@ def smooth_masked(
     pixels = take_image(image)
     valid = take_mask(mask, pixels.shape)
     samples = None if sample_mask is None else take_mask(sample_mask, pixels.shape, "sample_mask")
-    kernel = take_kernel(sigma, sample)
+    kernel = take_kernel(sigma, sample, stddev)
     kernel.check_largest(pixels, True)
     shape = kernel.result_shape(pixels.shape)
     result = take_out(out, shape, _result_dtype(pixels, dtype, out), [pixels, valid, samples])
@@ -152,8 +164,9 @@ def smooth_masked(
 
 def result_mask(
     mask: ArrayLike,
-    sigma: Pair,
+    sigma: Optional[Pair] = None,
     *,
+    stddev: Optional[Deviation] = None,
     sample: Pair = 1,
     sample_mask: Optional[ArrayLike] = None,
     min_coverage: float = 0.0,
@@ -166,7 +179,7 @@ def result_mask(
     """
     valid = take_mask(mask, None)
     samples = None if sample_mask is None else take_mask(sample_mask, valid.shape, "sample_mask")
-    kernel = take_kernel(sigma, sample)
+    kernel = take_kernel(sigma, sample, stddev)
     result = take_out(out, kernel.result_shape(valid.shape), np.uint8, [valid, samples])
     check(_kip.result_mask(valid, samples, result, *kernel, take_coverage(min_coverage)))
     return result

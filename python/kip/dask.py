@@ -36,6 +36,7 @@ from numpy.typing import DTypeLike
 from . import _binomial, _smooth
 from ._arrays import Array, Pair, take_scale
 from ._process import Level, level, one_thread_at
+from ._stddev import Deviation
 
 Chunks = Tuple[int, ...]
 
@@ -109,8 +110,7 @@ def _take(array: Any, name: str = "array", shape: Optional[Tuple[int, ...]] = No
     return array
 
 
-def _smooth_axes(shape: Tuple[int, ...], sigma: Pair, sample: Pair) -> List[_Axis]:
-    kernel = _smooth.take_kernel(sigma, sample)
+def _smooth_axes(shape: Tuple[int, ...], kernel: _smooth.Kernel) -> List[_Axis]:
     axes = []
     for length, s, step in zip(kernel.result_shape(shape), kernel.sigma[::-1], kernel.sample[::-1]):
         halo = math.ceil((3 * s / 2 + step) / step) * step
@@ -127,8 +127,9 @@ def _is_exact(half: float, largest: int) -> bool:
 
 def smooth(
     array: Any,
-    sigma: Pair,
+    sigma: Optional[Pair] = None,
     *,
+    stddev: Optional[Deviation] = None,
     sample: Pair = 1,
     scale: float = 1.0,
     truncate: bool = False,
@@ -140,14 +141,15 @@ def smooth(
     depend on the chunks.
     """
     array = _take(array)
-    axes = _smooth_axes(array.shape, sigma, sample)
-    x, y = _smooth.take_kernel(sigma, sample).sigma
+    kernel = _smooth.take_kernel(sigma, sample, stddev)
+    axes = _smooth_axes(array.shape, kernel)
+    x, y = kernel.sigma
     weights = ((x + 1) * (y + 1)) ** 3
     if 255 * weights >= 2**53:
-        raise ValueError(f"sigma is {sigma!r}; sums are not exact any more, and would depend on the chunks")
+        raise ValueError(f"sigma is {kernel.sigma}; sums are not exact any more, and would depend on the chunks")
     if not truncate and array.dtype == np.uint8 and not _is_exact(0.5 * (weights / take_scale(scale)), 255 * weights):
         axes[1] = axes[1]._replace(least=array.shape[1])
-    options = dict(sigma=sigma, sample=sample, scale=scale, truncate=truncate, dtype=dtype)
+    options = dict(**kernel._asdict(), scale=scale, truncate=truncate, dtype=dtype)
     return _apply(functools.partial(_smooth.smooth, **options), [array], axes)
 
 
@@ -158,8 +160,9 @@ def _smooth_masked(image: Array, mask: Array, sample_mask: Optional[Array] = Non
 def smooth_masked(
     array: Any,
     mask: Any,
-    sigma: Pair,
+    sigma: Optional[Pair] = None,
     *,
+    stddev: Optional[Deviation] = None,
     sample: Pair = 1,
     scale: float = 1.0,
     truncate: bool = False,
@@ -170,12 +173,13 @@ def smooth_masked(
 ) -> Tuple[da.Array, da.Array]:
     """`kip.smooth_masked` of Dask arrays: the pixels and the result's mask."""
     array = _take(array)
-    axes = _smooth_axes(array.shape, sigma, sample)
+    kernel = _smooth.take_kernel(sigma, sample, stddev)
+    axes = _smooth_axes(array.shape, kernel)
     arrays = [array, _take(mask, "mask", array.shape)]
     if sample_mask is not None:
         arrays.append(_take(sample_mask, "sample_mask", array.shape))
     rule = dict(min_coverage=min_coverage, allow_masked_sample=allow_masked_sample)
-    options = dict(sigma=sigma, sample=sample, scale=scale, truncate=truncate, dtype=dtype)
+    options = dict(**kernel._asdict(), scale=scale, truncate=truncate, dtype=dtype)
     pixels, valid = _apply(functools.partial(_smooth_masked, **options, **rule), arrays, axes)
     return pixels, valid
 

@@ -2,6 +2,8 @@
 // The C++ functions give what the C functions give, in new images and in the caller's memory, whole and in pieces.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "cpp/drawn.hpp"
 #include "support/host_images.hpp"
 #include "support/host_seams.hpp"
@@ -161,6 +163,38 @@ TYPED_TEST(Smoothing, OfPiecesEqualsTheWhole) {
     ASSERT_EQ(difference(pixelsOf(viewOf(masked)), pixelsOf(allMasked.pixels.view().crop(cut)), part.width), "");
     ASSERT_EQ(difference(pixelsOf(viewOf(maskMemory)), pixelsOf(allMasked.mask.view().crop(cut)), part.width), "");
     ASSERT_TRUE(masked.intactOutside(partRegion) && maskMemory.intactOutside(partRegion));
+  }
+}
+
+// The kernel is what becomes of one bright pixel.
+TEST(Stddev, IsThatOfTheKernelAndFindsTheNearestSigma) {
+  double before = -1;
+  for (int32_t sigma = 0; sigma <= 24; ++sigma) {
+    kip::image<uint8_t> impulse(129, 1);
+    for (int32_t x = 0; x < 129; ++x) impulse.row(0)[x] = x == 64 ? 1 : 0;
+    const double weights = std::pow(sigma + 1, 3);
+    const auto kernel = kip::smooth<uint16_t>(impulse, {.x_sigma = sigma, .y_sigma = 0, .scale = weights});
+    double mean = 0, square = 0;
+    for (int32_t x = 0; x < kernel.width(); ++x) {
+      mean += kernel.row(0)[x] / weights * x;
+      square += kernel.row(0)[x] / weights * x * x;
+    }
+    const double deviation = kip::stddev_of(sigma), middle = (before + deviation) / 2;
+    EXPECT_NEAR(deviation, std::sqrt(square - mean * mean), 1e-6) << sigma;
+    EXPECT_EQ(kip::stddev(deviation), sigma);
+    if (sigma > 0) {
+      EXPECT_EQ(kip::stddev(std::nextafter(middle, 0) - 1e-12), sigma - 1);
+      EXPECT_EQ(kip::stddev(std::nextafter(middle, 99) + 1e-12), sigma);
+    }
+    before = deviation;
+  }
+  constexpr double largest = 0x3FFFFFFF;
+  EXPECT_NEAR(kip::stddev_of(kip::stddev(largest)), largest, 0.25);
+  for (const double wrong : {-1e-300, -1.0, largest + 1, HUGE_VAL, std::nan("")}) {
+    int32_t sigma = -7;
+    EXPECT_EQ(kip::try_stddev(wrong, sigma), KIP_STATUS_BAD_SIGMA);
+    EXPECT_EQ(sigma, -7);
+    EXPECT_THROW((void)kip::stddev(wrong), kip::error);
   }
 }
 

@@ -117,6 +117,14 @@ def test_out_of_one_row_or_column():
     assert np.array_equal(kip.smooth(IMAGE[:, :1], 3, out=column), kip.smooth(IMAGE[:, :1], 3))
 
 
+def test_stddev_is_the_nearest_sigma():
+    assert [kip.stddev(pixels) for pixels in (0, 0.4, 0.5, 2.5, np.float32(12.5))] == [0, 0, 1, 4, 24]
+    assert np.array_equal(kip.smooth(IMAGE, stddev=2.5), kip.smooth(IMAGE, 4))
+    made, wanted = (kip.smooth_masked(IMAGE, MASK, **size) for size in ({"stddev": (2.5, 0.9)}, {"sigma": (4, 1)}))
+    assert all(np.array_equal(a, b) for a, b in zip(made, wanted))
+    assert np.array_equal(kip.result_mask(MASK, stddev=2.5), kip.result_mask(MASK, 4))
+
+
 REFUSALS = [
     (TypeError, "image has dtype int64; wanted uint8 or uint16", lambda: kip.smooth(IMAGE.astype(np.int64), 1)),
     (TypeError, "image has dtype uint32", lambda: kip.smooth(IMAGE.astype(np.uint32), 1)),
@@ -130,6 +138,12 @@ REFUSALS = [
     (ValueError, "sample_mask has shape", lambda: kip.result_mask(MASK, 1, sample_mask=MASK[1:])),
     (TypeError, "mask has dtype float64; wanted bool or uint8", lambda: kip.reduce(IMAGE, MASK * 1.0)),
     (TypeError, "sigma is 1.5; wanted an integer", lambda: kip.smooth(IMAGE, 1.5)),
+    (TypeError, "sigma is missing, or stddev", lambda: kip.smooth(IMAGE)),
+    (TypeError, "sigma and stddev are given", lambda: kip.result_mask(MASK, 1, stddev=1)),
+    (TypeError, "stddev is '12'; wanted a number", lambda: kip.smooth(IMAGE, stddev="12")),
+    (ValueError, r"stddev is \(1, 2, 3\)", lambda: kip.smooth(IMAGE, stddev=(1, 2, 3))),
+    (ValueError, "stddev is nan; wanted a number of pixels from 0", lambda: kip.smooth(IMAGE, stddev=float("nan"))),
+    (ValueError, "stddev is .*-0.1", lambda: kip.stddev(-0.1)),
     (ValueError, "sigma is -1", lambda: kip.smooth(IMAGE, -1)),
     (ValueError, r"sigma is \(1, 2, 3\)", lambda: kip.smooth(IMAGE, (1, 2, 3))),
     (ValueError, r"sigma is \(40, 40\); at most 39 goes with uint16", lambda: kip.smooth(DEEP, 40)),

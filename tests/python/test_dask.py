@@ -49,7 +49,8 @@ def draw_case(random, rng):
     axes = random.choice(["x", "y", "xy"])
     kind = random.choice(["smooth", "masked", "sample mask", "reduce", "reduce masked", "weights"])
     if kind == "smooth":
-        return (lambda module, a: module.smooth(a, sigma, **options)), [image]
+        options["stddev"] = random.choice([0.9, 2.5, (6.5, 1.4)])
+        return (lambda module, a: module.smooth(a, **options)), [image]
     if kind == "masked":
         options.update(min_coverage=random.choice([None, 0.0, 0.5]), allow_masked_sample=random.random() < 0.5)
         return (lambda module, a, m: module.smooth_masked(a, m, sigma, **options)), [image, mask]

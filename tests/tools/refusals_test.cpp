@@ -110,6 +110,7 @@ TEST(Refusal, OfOptionsIsWrongUsage) {
       {"--sigma", "2"},
       {"--unknown", "1"},
       {"--round", ""},
+      {"--stddev", "2.5"},
       {"--sheet", folder / "./out.png"},
       {"--level", "3"},
       {"--threads", "-1"},
@@ -132,7 +133,11 @@ TEST(Refusal, OfOptionsIsWrongUsage) {
     expectRefusal(folder, {"smooth", folder / "in", folder / "out.png", "--sigma", sigma}, 2,
                   "kip: --sigma " + sigma + ": ", "");
   }
-  expectRefusal(folder, {"smooth", folder / "in", folder / "out.png"}, 2, "kip: ", "--sigma is required");
+  for (const std::string stddev : {"-1", "nan", "inf", "3,-2", "500001", "1,2,3", "1,", "", "x"}) {
+    expectRefusal(folder, {"smooth", folder / "in", folder / "out.png", "--stddev", stddev}, 2,
+                  "kip: --stddev " + stddev + ": ", "");
+  }
+  expectRefusal(folder, {"smooth", folder / "in", folder / "out.png"}, 2, "kip: ", "--sigma is required, or --stddev");
   expectRefusal(folder, {"smooth", folder / "in", "--sigma", "1"}, 2, "kip: ", "OUT");
   expectRefusal(folder, {"smooth", folder / "in", folder / "out.jpg", "--sigma", "1"}, 2, "kip: ", "out.jpg: ");
   expectRefusal(folder, {}, 2, "kip: ", "subcommand");
@@ -155,6 +160,7 @@ TEST(Refusal, OfRequestsThatThePictureCannotServe) {
   makePng(in, {16, PNG_COLOR_TYPE_GRAY});
   refuse({"--sigma", "1", "--depth", "8"}, "--depth 8: the picture has 16-bit pixels");
   refuse({"--sigma", "1,40"}, "--sigma 1,40 is too large: at most 39 goes with 16-bit pictures");
+  refuse({"--stddev", "1,21"}, "--stddev 1,21, sigma 1,41, is too large: at most 39");
 }
 
 TEST(Refusal, OfOutputsLeavesThemAlone) {

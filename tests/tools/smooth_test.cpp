@@ -78,6 +78,20 @@ TEST(Smooth, WritesTheLibrarysPixels) {
   }
 }
 
+TEST(Smooth, TakesTheSigmaNearestToAStandardDeviation) {
+  const Folder folder;
+  makePng(folder / "in", {8, PNG_COLOR_TYPE_GRAY});
+  const struct {
+    const char *stddev, *sigma, *said;
+  } cases[] = {{"2.5", "4", "kip: sigma 4, standard deviation 2.45 pixels\n"},
+               {"9,.2", "17,0", "kip: sigma 17,0, standard deviation 8.99,0.00 pixels\n"}};
+  for (const auto& one : cases) {
+    EXPECT_EQ(runKip({"smooth", folder / "in", folder / "a.pgm", "--stddev", one.stddev}).err, one.said);
+    EXPECT_EQ(runKip({"smooth", folder / "in", folder / "b.pgm", "--sigma", one.sigma}).err, "");
+    expectEqual(read(folder / "a.pgm"), read(folder / "b.pgm"));
+  }
+}
+
 // The numbers, counted from the whole result's first, of the destination pixels whose source positions lie in
 // [begin, end).
 std::vector<int32_t> numbersIn(int32_t begin, int32_t end, int32_t size, int32_t sample, int32_t sigma) {

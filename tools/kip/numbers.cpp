@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "error.hpp"
+#include "kip/cpp/stddev.hpp"
 
 namespace kip::tool {
 namespace {
@@ -25,11 +26,12 @@ bool parseAll(const std::string& text, Number& value) {
 }
 
 // The numbers between the commas; none at all when one is no number.
-std::vector<int32_t> parseList(const std::string& text) {
-  std::vector<int32_t> numbers;
+template <typename Number>
+std::vector<Number> parseList(const std::string& text) {
+  std::vector<Number> numbers;
   for (size_t begin = 0; begin <= text.size();) {
     const size_t end = std::min(text.find(',', begin), text.size());
-    if (int32_t number = 0; parseAll(text.substr(begin, end - begin), number)) {
+    if (Number number = 0; parseAll(text.substr(begin, end - begin), number)) {
       numbers.push_back(number);
     } else {
       return {};
@@ -47,10 +49,21 @@ void refuseOutside(const std::string& option, const std::string& text, int32_t n
 }  // namespace
 
 std::array<int32_t, 2> parsePair(const std::string& option, const std::string& text, int32_t least) {
-  const std::vector<int32_t> numbers = parseList(text);
+  const std::vector<int32_t> numbers = parseList<int32_t>(text);
   if (numbers.empty() || numbers.size() > 2) refuse(option, text, "one whole number or two with a comma are expected");
   for (const int32_t number : numbers) refuseOutside(option, text, number, least, kMaxPairValue);
   return {numbers.front(), numbers.back()};
+}
+
+std::array<int32_t, 2> parseStddev(const std::string& option, const std::string& text) {
+  std::vector<int32_t> sigmas;
+  for (const double number : parseList<double>(text)) {
+    int32_t& sigma = sigmas.emplace_back(-1);
+    const bool isInRange = try_stddev(number, sigma) >= 0 && sigma < kMaxPairValue;
+    if (!isInRange) refuse(option, text, "must lie in 0 to " + std::to_string(kMaxPairValue / 2));
+  }
+  if (sigmas.empty() || sigmas.size() > 2) refuse(option, text, "one number or two with a comma are expected");
+  return {sigmas.front(), sigmas.back()};
 }
 
 int32_t parseCount(const std::string& option, const std::string& text, int32_t least, int32_t most) {
@@ -61,7 +74,7 @@ int32_t parseCount(const std::string& option, const std::string& text, int32_t l
 }
 
 std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text) {
-  const std::vector<int32_t> numbers = parseList(text);
+  const std::vector<int32_t> numbers = parseList<int32_t>(text);
   if (numbers.size() != 4) refuse(option, text, "four whole numbers X,Y,W,H are expected");
   if (numbers[0] < 0 || numbers[1] < 0) refuse(option, text, "X and Y must be 0 or more");
   if (numbers[2] < 1 || numbers[3] < 1) refuse(option, text, "W and H must be 1 or more");

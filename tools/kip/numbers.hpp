@@ -14,6 +14,8 @@ constexpr int32_t kMaxPairValue = 1'000'000;
 
 // "X,Y", or "N" for both; whole numbers from `least` to kMaxPairValue.
 std::array<int32_t, 2> parsePair(const std::string& option, const std::string& text, int32_t least);
+// "X,Y", or "D" for both: the sigmas whose kernels come nearest to these standard deviations, up to kMaxPairValue.
+std::array<int32_t, 2> parseStddev(const std::string& option, const std::string& text);
 // "X,Y,W,H": X and Y at least 0, W and H at least 1.
 std::array<int32_t, 4> parseRectangle(const std::string& option, const std::string& text);
 // One whole number from `least` to `most`.

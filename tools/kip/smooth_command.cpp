@@ -5,6 +5,7 @@
 
 #include "commands.hpp"
 #include "inputs.hpp"
+#include "kip/cpp/stddev.hpp"
 #include "numbers.hpp"
 #include "outputs.hpp"
 #include "sheet.hpp"
@@ -13,8 +14,9 @@
 namespace kip::tool {
 namespace {
 
-Picture makeSmoothSheet(const Picture& before, const BandResult& after, const SmoothArguments& arguments) {
-  std::string caption = "after: sigma " + arguments.sigma;
+Picture makeSmoothSheet(const Picture& before, const BandResult& after, const SmoothRequest& request,
+                        const SmoothArguments& arguments) {
+  std::string caption = "after: sigma " + request.sigmaText();
   if (arguments.sample != "1") caption += ", sample " + arguments.sample;
   if (arguments.scale != "1") caption += ", scale " + arguments.scale;
   caption += ", " + sizeText(after.picture.width, after.picture.height);
@@ -25,6 +27,14 @@ Picture makeSmoothSheet(const Picture& before, const BandResult& after, const Sm
                                      {&after.picture, caption, white * gain}};
   if (after.mask) entries.push_back({&*after.mask, "result mask: valid is white"});
   return makeSheet(entries, 3);
+}
+
+// Which sigma it is, and which standard deviation that one has.
+void reportKernel(const SmoothRequest& request) {
+  const double x = stddev_of(request.params.xSigma), y = stddev_of(request.params.ySigma);
+  char deviation[80];
+  std::snprintf(deviation, sizeof deviation, x == y ? "%.2f" : "%.2f,%.2f", x, y);
+  say("sigma " + request.sigmaText() + ", standard deviation " + deviation + " pixels");
 }
 
 void report(const PictureSize& source, const Smoothing& smoothing, size_t bands, const SmoothArguments& arguments) {
@@ -53,12 +63,13 @@ void runSmooth(const SmoothArguments& arguments) {
   Picture sheet;
   const auto work = [&](SourcePictures& source, Rows sourceRows, Rows band) {
     BandResult result = smoothing.smooth(source, sourceRows, band);
-    if (!arguments.sheet.empty()) sheet = makeSmoothSheet(source.picture, result, arguments);
+    if (!arguments.sheet.empty()) sheet = makeSmoothSheet(source.picture, result, request, arguments);
     return result;
   };
   processBands(rule, bands, sources, smoothing.size(), work, outputs, !arguments.masks.maskOut.empty());
   if (!arguments.sheet.empty()) outputs.write(sheet);
   outputs.commit();
+  if (arguments.verbose || arguments.stddev) reportKernel(request);
   if (arguments.verbose) report(sources.size(), smoothing, bands.size(), arguments);
 }
 
@@ -71,7 +82,8 @@ Pictures
 
 Values
   Along each axis three box filters of width sigma + 1 follow one another (3 sigma + 1 taps, bell-shaped, standard
-  deviation sqrt((sigma^2 + 2 sigma) / 4) pixels), then every N-th column and row is kept. The border is mirrored.
+  deviation sqrt(sigma (sigma + 2)) / 2 pixels), then every N-th column and row is kept. The border is mirrored.
+  --stddev says which sigma it took; one of both options is required.
   A scale above 1 may give values beyond the result's range: by the engine, their low 8 or 16 bits are stored, or the
   largest value. 16-bit results of an 8-bit picture keep its 0 to 255 unless --scale is given: --depth 16 --scale 256
   keeps 8 fractional bits. A 16-bit picture has a 16-bit result and a sigma of at most 39.
@@ -101,6 +113,7 @@ Memory
 
 Examples
   kip smooth in.png out.png --sigma 3
+  kip smooth in.png out.png --stddev 2.5
   kip smooth in.tif half.tif --sigma 1 --sample 2 --roi 100,50,320,240
   kip smooth in.pgm fine.png --sigma 5,0 --depth 16 --scale 256 --sheet sheet.png --verbose
   kip smooth in.png out.png --sigma 4 --mask valid.png --mask-out still-valid.png
@@ -116,8 +129,13 @@ void addSmoothCommand(CLI::App& app) {
   const auto arguments = std::make_shared<SmoothArguments>();
   command->add_option("IN", arguments->in, "The picture to smooth")->required();
   command->add_option("OUT", arguments->out, "The result")->required();
-  command->add_option("--sigma", arguments->sigma, "Smoothing size in pixels, 0 to 1000000: S for both axes, or SX,SY")
-      ->required();
+  CLI::Option* sigma = command->add_option("--sigma", arguments->sigma,
+                                           "Smoothing size in pixels, 0 to 1000000: S for both axes, or SX,SY");
+  command
+      ->add_option(
+          "--stddev", arguments->stddev,
+          "In its place, the standard deviation in pixels, 0 to 500000: D, or DX,DY; the nearest sigma is taken")
+      ->excludes(sigma);
   command->add_option("--sample", arguments->sample, "Keep every N-th pixel, 1 to 1000000: N, or NX,NY")
       ->capture_default_str();
   command->add_option("--scale", arguments->scale, "Gain, above 0; 1 keeps the grey level")->capture_default_str();
@@ -140,7 +158,8 @@ void addSmoothCommand(CLI::App& app) {
       ->check(CLI::IsMember({"portable", "1", "2"}));
   addMemoryOption(*command, arguments->memory);
   command->add_option("--sheet", arguments->sheet, "Write IN, OUT and the result's mask side by side to this PNG file");
-  command->add_flag("--verbose", arguments->verbose, "Say the sizes, the engine and the time on stderr");
+  command->add_flag("--verbose", arguments->verbose,
+                    "Say the standard deviation, the sizes, the engine and the time on stderr");
   command->footer(kFooter + 1);
   command->callback([arguments] { runSmooth(*arguments); });
 }

@@ -26,10 +26,18 @@ void refuseContradictions(const SmoothArguments& arguments) {
 
 }  // namespace
 
+std::string SmoothRequest::sigmaText() const {
+  const std::string x = std::to_string(params.xSigma), y = std::to_string(params.ySigma);
+  return x == y ? x : x + "," + y;
+}
+
 SmoothRequest parseSmoothRequest(const SmoothArguments& arguments) {
   SmoothRequest request{};
   check("parameters", kip_gaussParams_init(&request.params));
-  const auto sigma = parsePair("--sigma", arguments.sigma, 0), sample = parsePair("--sample", arguments.sample, 1);
+  if (!arguments.sigma && !arguments.stddev) throw UsageError("--sigma is required, or --stddev in its place");
+  const auto sigma =
+      arguments.sigma ? parsePair("--sigma", *arguments.sigma, 0) : parseStddev("--stddev", *arguments.stddev);
+  const auto sample = parsePair("--sample", arguments.sample, 1);
   request.params.xSigma = sigma[0];
   request.params.ySigma = sigma[1];
   request.params.xSample = sample[0];

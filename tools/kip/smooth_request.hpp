@@ -12,8 +12,9 @@ namespace kip::tool {
 
 // The command line of kip smooth as it was typed.
 struct SmoothArguments {
-  std::string in, out, sheet, sigma, sample = "1", scale = "1", roi, sampleMask, coverage, level, threads = "0",
-                                     memory = kDefaultMemory;
+  std::string in, out, sheet, sample = "1", scale = "1", roi, sampleMask, coverage, level, threads = "0",
+                              memory = kDefaultMemory;
+  std::optional<std::string> sigma, stddev;  // one of them
   MaskOptions masks;
   bool truncate = false, allowMaskedSample = false, verbose = false;
   int depth = 0;  // 0: that of the source
@@ -22,6 +23,9 @@ struct SmoothArguments {
 };
 
 struct SmoothRequest {
+  // "4", or "4,2" of x and y.
+  std::string sigmaText() const;
+
   kip_gaussParams params;
   std::optional<ksIRegion> roi;
   int32_t threads;  // 0: one for each processor

@@ -24,8 +24,11 @@ void refuseSource(const PictureSize& source, const SmoothRequest& request, const
   int32_t maxSigma = 0;
   check(arguments.in, (source.depth == 8 ? kip_gaussParamsGetMaxSigma : kip_gaussParamsGetMaxSigma16)(&maxSigma));
   if (request.params.xSigma > maxSigma || request.params.ySigma > maxSigma) {
-    throw Error(arguments.in + ": --sigma " + arguments.sigma + " is too large: at most " + std::to_string(maxSigma) +
-                " goes with " + (source.depth == 8 ? "masks here" : "16-bit pictures"));
+    const std::string option = arguments.sigma
+                                   ? "--sigma " + *arguments.sigma
+                                   : "--stddev " + *arguments.stddev + ", sigma " + request.sigmaText() + ",";
+    throw Error(arguments.in + ": " + option + " is too large: at most " + std::to_string(maxSigma) + " goes with " +
+                (source.depth == 8 ? "masks here" : "16-bit pictures"));
   }
 }
 

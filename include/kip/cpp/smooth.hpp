@@ -11,7 +11,8 @@
 
 namespace kip {
 
-// Kernels have 3 sigma + 1 taps; with sigma 0 an axis stays as it is.
+// Kernels have 3 sigma + 1 taps and a standard deviation of stddev_of(sigma), not sigma (stddev.hpp); with sigma 0 an
+// axis stays as it is.
 struct smooth_params {
   int32_t x_sigma = 1, y_sigma = 1;    // >= 0, in source pixels
   int32_t x_sample = 1, y_sample = 1;  // >= 1: 2 keeps every second column or row
