@@ -126,7 +126,7 @@ TEST(Reductions, ThatCannotBeLeaveNothing) {
   refuse({"pyramid", in, folder / "new", "--levels", "5"}, 1, "can be halved 4 times");
   refuse({"pyramid", in, in}, 1, "is not a folder");
   // Its first level fits where the sheet does not.
-  const Outcome outcome = runKip({"pyramid", in, folder / "new", "--levels", "1"}, 1200);
+  const Outcome outcome = runKip({"pyramid", in, folder / "new", "--levels", "1"}, limitFiles(1200));
   EXPECT_EQ(outcome.code, 1);
   EXPECT_NE(outcome.err.find("sheet.png: cannot write: File too large"), std::string::npos) << outcome.err;
   EXPECT_EQ(folder.names(), before);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <tiffio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -79,6 +80,33 @@ TEST(Refusal, OfInputsNamesTheFileAndTheCause) {
     const std::string in = folder / "in.png";
     file.make(in);
     expectRefusal(folder, {"smooth", in, folder / "out.png", "--sigma", "1"}, 1, "kip: " + in + ": ", file.cause);
+  }
+}
+
+// The command that a message gives names the file, whatever its name, and writes another one.
+TEST(Refusal, AdvisesWhatDoesNoHarm) {
+  const Folder folder;
+  const auto messageOf = [&](const std::string& name) {
+    return runKip({"smooth", name, "out.png", "--sigma", "1"}, [&] { (void)!chdir((folder / "").c_str()); }).err;
+  };
+  for (const std::string name : {"in.png", "it's $(rm) 2.png", "msl:x.png"}) {
+    makePng(folder / name, {8, PNG_COLOR_TYPE_RGB});
+    const std::string message = messageOf(name), start = "example with ImageMagick: ";
+    ASSERT_NE(message.find(start), std::string::npos) << message;
+    const std::string command = message.substr(message.find(start) + start.size());
+    const std::string words = run("/bin/sh", {"-c", "convert() { printf '%s\n' \"$@\"; }; " + command}).out;
+    const std::string stem = "./" + name.substr(0, name.size() - 4);
+    EXPECT_EQ(words, stem + ".png[0]\n-colorspace\nGray\n-alpha\noff\n" + stem + "-grey.png\n");
+  }
+  // a range has to be chosen, and a name that is not shown as it is cannot be copied
+  makeTiff(folder / "float.tif", {.bits = 32, .format = 3});
+  makeTiff(folder / "floatColour.tif", {.bits = 32, .photometric = PHOTOMETRIC_RGB, .samples = 3, .format = 3});
+  makeTiff(folder / "deep.tif", {.bits = 32, .photometric = PHOTOMETRIC_RGB, .samples = 3});
+  makeTiff(folder / "signed.tif", {.bits = 16, .format = 2});
+  makePng(folder / "\x1b.png", {8, PNG_COLOR_TYPE_RGB});
+  for (const std::string name : {"float.tif", "floatColour.tif", "deep.tif", "signed.tif", "\x1b.png"}) {
+    EXPECT_NE(messageOf(name).find("and only"), std::string::npos);
+    EXPECT_EQ(messageOf(name).find("convert"), std::string::npos);
   }
 }
 

@@ -30,7 +30,7 @@ std::string readAll(int descriptor) {
 }  // namespace
 
 // What the program says fits in a pipe, so that it can be read when the program is through.
-Outcome run(const std::string& program, std::vector<std::string> arguments, size_t fileLimit) {
+Outcome run(const std::string& program, std::vector<std::string> arguments, const std::function<void()>& prepare) {
   arguments.insert(arguments.begin(), program);
   std::vector<char*> argv;
   for (std::string& word : arguments) argv.push_back(word.data());
@@ -41,20 +41,31 @@ Outcome run(const std::string& program, std::vector<std::string> arguments, size
   if (child == 0) {
     dup2(out[1], STDOUT_FILENO);
     dup2(err[1], STDERR_FILENO);
-    const rlimit limit = {fileLimit, fileLimit};
-    if (fileLimit != 0) setrlimit(RLIMIT_FSIZE, &limit);
+    if (prepare) prepare();
     execv(program.c_str(), argv.data());
     _exit(127);
   }
   close(out[1]);
   close(err[1]);
   int status = 0;
-  waitpid(child, &status, 0);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(out[0]), readAll(err[0])};
+  rusage usage{};
+  wait4(child, &status, 0, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+  };
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(out[0]), readAll(err[0]), usage.ru_maxrss,
+          seconds(usage.ru_utime) + seconds(usage.ru_stime)};
 }
 
-Outcome runKip(const std::vector<std::string>& arguments, size_t fileLimit) {
-  return run(KIP_PROGRAM, arguments, fileLimit);
+Outcome runKip(const std::vector<std::string>& arguments, const std::function<void()>& prepare) {
+  return run(KIP_PROGRAM, arguments, prepare);
+}
+
+std::function<void()> limitFiles(size_t bytes) {
+  return [bytes] {
+    const rlimit limit = {bytes, bytes};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
 }
 
 Folder::Folder() : path_((std::filesystem::temp_directory_path() / "kip-test-XXXXXX").string()) {

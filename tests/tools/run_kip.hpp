@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,11 +13,16 @@ namespace kip::test {
 struct Outcome {
   int code;  // the exit code; -1 when a signal ended the program
   std::string out, err;
+  int64_t peakKilobytes;  // the most memory that it used
+  double seconds;         // that the processor worked for it
 };
 
-// Runs a program; `fileLimit` is the most bytes that it may write to a file, 0: any.
-Outcome run(const std::string& program, std::vector<std::string> arguments, size_t fileLimit = 0);
-Outcome runKip(const std::vector<std::string>& arguments, size_t fileLimit = 0);
+// Runs a program; `prepare` is called in the child before.
+Outcome run(const std::string& program, std::vector<std::string> arguments, const std::function<void()>& prepare = {});
+Outcome runKip(const std::vector<std::string>& arguments, const std::function<void()>& prepare = {});
+
+// For `prepare`: the program may write so many bytes to a file.
+std::function<void()> limitFiles(size_t bytes);
 
 // A new folder, removed with all it holds.
 class Folder {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "inputs.hpp"
 
-#include <cstdio>
-
 #include "error.hpp"
 
 namespace kip::tool {
@@ -15,10 +13,6 @@ Picture readWhole(InputPicture input) {
 }
 
 }  // namespace
-
-void say(const std::string& text) {
-  std::fprintf(stderr, "kip: %s\n", text.c_str());
-}
 
 void sayNotes(const InputPicture& input) {
   for (const std::string& note : input.notes()) say(input.name() + ": note: " + note);

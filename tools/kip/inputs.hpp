@@ -3,12 +3,10 @@
 
 #include <string>
 
+#include "message.hpp"
 #include "picture_file.hpp"
 
 namespace kip::tool {
-
-// A line for the user on stderr.
-void say(const std::string& text);
 
 // The notes about a picture that has been read.
 void sayNotes(const InputPicture& input);

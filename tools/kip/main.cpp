@@ -5,18 +5,18 @@
 #include "commands.hpp"
 #include "error.hpp"
 #include "kip/version.h"
-#include "output_file.hpp"
+#include "message.hpp"
+#include "standard_streams.hpp"
+#include "unfinished.hpp"
 
 namespace {
 
+using kip::tool::say;
+
 enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
-// One line, whatever a file's name or a command line may hold.
-int complain(std::string text, ExitCode code) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = ' ';
-  }
-  std::fprintf(stderr, "kip: %s\n", text.c_str());
+int complain(const std::string& text, ExitCode code) {
+  say(text);
   return code;
 }
 
@@ -42,6 +42,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kip::tool::occupyStandardStreams();
   kip::tool::prepareSignals();
   try {
     return run(argc, argv);

@@ -29,8 +29,12 @@ void Outputs::write(const Picture& picture) {
 }
 
 void Outputs::commit() {
-  for (Entry& entry : entries_) entry.picture->finish();
-  for (Entry& entry : entries_) entry.file.commit();
+  std::vector<OutputFile*> files;
+  for (Entry& entry : entries_) {
+    entry.picture->finish();
+    files.push_back(&entry.file);
+  }
+  OutputFile::commit(files);
 }
 
 }  // namespace kip::tool

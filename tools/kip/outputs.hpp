@@ -10,8 +10,8 @@
 
 namespace kip::tool {
 
-// The files of one command, none of which comes to stand under its name before all of them are written. Failures throw
-// Error with the file's name in front.
+// The files of one command, which come to stand under their names when all of them are written, and all or none.
+// Failures throw Error with the file's name in front.
 class Outputs {
  public:
   // Starts the next file. UsageError when the name asks for no format or another file of the command has it.

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "picture.hpp"
 
-#include "error.hpp"
-
 namespace kip::tool {
 
 PictureSize PictureSize::make(int64_t width, int64_t height, int32_t depth) {
@@ -39,8 +37,11 @@ std::string sizeText(int64_t width, int64_t height) {
 }
 
 void refuseNotGrey(const std::string& kind) {
-  throw Error("is " + kind + ", and only plain grey pictures are taken; convert it first, for example with " +
-              "ImageMagick: convert in.png -colorspace Gray -alpha off out.png");
+  throw Error("is " + kind + ", and only grey pictures of 8 or 16 bits are taken");
+}
+
+void refuseConvertible(const std::string& kind) {
+  throw ConvertibleError("is " + kind + ", and only plain grey ones are taken");
 }
 
 }  // namespace kip::tool

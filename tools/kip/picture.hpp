@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "error.hpp"
+
 namespace kip::tool {
 
 // What a picture may measure, and how much of it may lie in memory at once. A file's header is held against these
@@ -73,7 +75,15 @@ struct Picture : PictureSize {
 // "640 x 480"
 std::string sizeText(int64_t width, int64_t height);
 
-// Throws the Error for a picture that is not plain grey; `kind` says what it is instead, such as "a colour picture".
+// Throw for a picture that is not plain grey; `kind` says what it is instead, such as "a colour picture". One that is
+// convertible has pixels that become grey ones of 8 or 16 bits without a choice of their range.
 [[noreturn]] void refuseNotGrey(const std::string& kind);
+[[noreturn]] void refuseConvertible(const std::string& kind);
+
+// What refuseConvertible throws.
+class ConvertibleError : public Error {
+ public:
+  using Error::Error;
+};
 
 }  // namespace kip::tool

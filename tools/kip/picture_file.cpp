@@ -10,12 +10,31 @@
 #include <string_view>
 
 #include "error.hpp"
+#include "message.hpp"
 #include "pgm_file.hpp"
 #include "png_file.hpp"
 #include "tiff_file.hpp"
 
 namespace kip::tool {
 namespace {
+
+// A word for the shell.
+std::string quoted(const std::string& word) {
+  std::string text = "'";
+  for (const char c : word) text += c == '\'' ? "'\\''" : std::string(1, c);
+  return text + "'";
+}
+
+// A command that makes a new file of this one. With a folder in front no name is taken for an option or a format.
+std::string conversionAdvice(const std::string& name) {
+  const std::filesystem::path path(name);
+  const std::string in = path.has_parent_path() ? name : "./" + name;
+  const std::string out = (path.has_parent_path() ? path.parent_path() : ".") / path.stem();
+  // nobody can copy other names
+  if (printable(name) != name) return "";
+  return "; make a grey one of it, for example with ImageMagick: convert " + quoted(in + "[0]") +
+         " -colorspace Gray -alpha off " + quoted(out + "-grey.png");
+}
 
 // Runs `work` and puts the file's name in front of what it throws.
 template <typename Work>
@@ -24,6 +43,8 @@ auto named(const std::string& name, const Work& work) {
     return work();
   } catch (const std::bad_alloc&) {
     throw Error(name + ": not enough memory");
+  } catch (const ConvertibleError& error) {
+    throw Error(name + ": " + error.what() + conversionAdvice(name));
   } catch (const std::exception& error) {
     throw Error(name + ": " + error.what());
   }
@@ -52,7 +73,7 @@ std::unique_ptr<PictureReader> openByContent(std::FILE* file, std::vector<std::s
     if (head.starts_with(magic)) return openTiff(file, notes);
   }
   if (head.starts_with("P2") || head.starts_with("P5")) return openPgm(file);
-  if (head.starts_with("P3") || head.starts_with("P6")) refuseNotGrey("a colour picture");
+  if (head.starts_with("P3") || head.starts_with("P6")) refuseConvertible("a colour picture");
   throw Error("is neither a PNG, a TIFF nor a PGM file");
 }
 

@@ -90,11 +90,17 @@ constexpr char kReading[] = "damaged or truncated PNG: ";
 constexpr char kWriting[] = "cannot write: ";
 
 void refuseUnlessGrey(const Png& png, int colourType) {
-  if (colourType == PNG_COLOR_TYPE_PALETTE) refuseNotGrey("a picture with a palette");
-  if ((colourType & PNG_COLOR_MASK_COLOR) != 0) refuseNotGrey("a colour picture");
+  if (colourType == PNG_COLOR_TYPE_PALETTE) refuseConvertible("a picture with a palette");
+  if ((colourType & PNG_COLOR_MASK_COLOR) != 0) refuseConvertible("a colour picture");
   if ((colourType & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(png.handle, png.info, PNG_INFO_tRNS) != 0) {
-    refuseNotGrey("a picture with transparency");
+    refuseConvertible("a picture with transparency");
   }
+}
+
+// Chunks that nobody needs are skipped unread, whatever they claim or unpack to. With a negative count these are all
+// but the critical ones and tRNS; one that is wanted is named after that with PNG_HANDLE_CHUNK_AS_DEFAULT.
+void skipAncillaryChunks(png_structp png) {
+  png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
 }
 
 class PngReader : public PictureReader {
@@ -171,6 +177,7 @@ std::unique_ptr<PictureReader> openPng(std::FILE* file) {
   int bits = 0, colourType = 0, interlace = 0;
   png->run(kReading, [&] {
     png_set_user_limits(png->handle, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+    skipAncillaryChunks(png->handle);
     png_read_info(png->handle, png->info);
     png_get_IHDR(png->handle, png->info, &width, &height, &bits, &colourType, &interlace, nullptr, nullptr);
   });

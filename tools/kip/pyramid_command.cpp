@@ -4,12 +4,13 @@
 #include <memory>
 
 #include "commands.hpp"
-#include "error.hpp"
 #include "inputs.hpp"
+#include "new_folder.hpp"
 #include "numbers.hpp"
 #include "outputs.hpp"
 #include "reduction.hpp"
 #include "sheet.hpp"
+#include "unfinished.hpp"
 
 namespace kip::tool {
 namespace {
@@ -18,28 +19,6 @@ namespace fs = std::filesystem;
 
 struct Arguments {
   std::string in, folder, levels;
-};
-
-// A folder that is made when it is not there, and removed again unless it is to be kept.
-class NewFolder {
- public:
-  explicit NewFolder(const std::string& name) : name_(name) {
-    std::error_code error;
-    made_ = fs::create_directory(name, error);
-    if (made_ || fs::is_directory(name)) return;
-    throw Error(name + ": " + (fs::exists(name) ? "is not a folder" : error.message()));
-  }
-  ~NewFolder() {
-    std::error_code error;
-    if (made_) fs::remove(name_, error);
-  }
-  NewFolder(const NewFolder&) = delete;
-  NewFolder& operator=(const NewFolder&) = delete;
-  void keep() { made_ = false; }
-
- private:
-  std::string name_;
-  bool made_;
 };
 
 // Down to where the shorter side would have less than 16 pixels.
@@ -73,6 +52,7 @@ void runPyramid(const Arguments& arguments) {
         {&picture, caption + ": " + sizeText(picture.width, picture.height), picture.depth == 8 ? 255.0 : 65535.0});
   }
   outputs.write(makeSheet(entries, 2));
+  const SignalsHeld held;
   outputs.commit();
   folder.keep();
 }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "error.hpp"
+#include "tiff_directory.hpp"
 
 namespace kip::tool {
 namespace {
@@ -22,6 +23,7 @@ class Tiff {
   Tiff(std::FILE* file, const char* mode) {
     const int descriptor = dup(fileno(file));
     if (descriptor < 0) throw Error(std::strerror(errno));
+    lseek(descriptor, 0, SEEK_SET);  // streams read on
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                                TIFFOpenOptionsFree);
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, this);
@@ -63,20 +65,24 @@ class Tiff {
   int errno_ = 0;
 };
 
-void refuseUnlessGrey(TIFF* tiff, uint16_t photometric) {
+void refuseUnlessGrey(TIFF* tiff, uint16_t photometric, uint16_t bits) {
   uint16_t samples = 0, extra = 0, format = 0;
   uint16_t* extraKinds = nullptr;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &extra, &extraKinds);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &format);
-  if (photometric == PHOTOMETRIC_PALETTE) refuseNotGrey("a picture with a palette");
+  if (format == SAMPLEFORMAT_INT) refuseNotGrey("a picture of signed pixels");
+  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) refuseNotGrey("a picture of floating-point pixels");
+  if (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) {
+    refuseNotGrey("a picture of " + std::to_string(bits) + "-bit pixels");
+  }
+  if (photometric == PHOTOMETRIC_PALETTE) refuseConvertible("a picture with a palette");
+  if (photometric == PHOTOMETRIC_RGB) refuseConvertible("a colour picture");
   if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE) {
     refuseNotGrey("a colour picture");
   }
-  if (samples == 2 && extra == 1) refuseNotGrey("a picture with transparency");
+  if (samples == 2 && extra == 1) refuseConvertible("a picture with transparency");
   if (samples != 1) refuseNotGrey("a picture of several channels");
-  if (format == SAMPLEFORMAT_INT) refuseNotGrey("a picture of signed pixels");
-  if (format != SAMPLEFORMAT_UINT && format != SAMPLEFORMAT_VOID) refuseNotGrey("a picture of floating-point pixels");
 }
 
 size_t packedSize(int64_t pixels, int32_t bits) {
@@ -95,6 +101,27 @@ void unpack(const uint8_t* packed, int32_t bits, int32_t count, uint8_t* out) {
     const int32_t value = (packed[bit / 8] >> (8 - bits - bit % 8)) & largest;
     out[i] = static_cast<uint8_t>(value * 255 / largest);
   }
+}
+
+// Bytes that decoding takes besides the pixels that it hands out: the largest strip or tile of the file, which is taken
+// whole, and what the codec keeps, at most the decoded strip or tile twice.
+int64_t decodingBytes(TIFF* tiff, bool readsInPieces) {
+  uint16_t compression = COMPRESSION_NONE;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+  if (compression == COMPRESSION_NONE && readsInPieces) return 0;
+  uint64_t bytes = 0;
+  const bool isTiled = TIFFIsTiled(tiff) != 0;
+  const uint32_t count = isTiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  for (uint32_t i = 0; i < count; ++i) bytes = std::max(bytes, TIFFGetStrileByteCount(tiff, i));
+  constexpr uint16_t rowByRow[] = {COMPRESSION_NONE,      COMPRESSION_LZW,           COMPRESSION_DEFLATE,
+                                   COMPRESSION_PACKBITS,  COMPRESSION_ADOBE_DEFLATE, COMPRESSION_CCITTRLE,
+                                   COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4};
+  constexpr uint64_t most = uint64_t{1} << 59;
+  bytes = std::min(bytes, most);
+  if (std::find(std::begin(rowByRow), std::end(rowByRow), compression) == std::end(rowByRow)) {
+    bytes += 2 * std::min(isTiled ? TIFFTileSize64(tiff) : TIFFStripSize64(tiff), most);
+  }
+  return static_cast<int64_t>(bytes);
 }
 
 // What strips and tiles have in common.
@@ -133,19 +160,9 @@ class StripReader : public TiffReader {
     if (line_.size() < packedSize(size.width, bits)) fail();
     TIFFGetFieldDefaulted(this->tiff(), TIFFTAG_ROWSPERSTRIP, &stripRows_);
     if (stripRows_ == 0) fail();
-    uint16_t compression = COMPRESSION_NONE;
-    TIFFGetFieldDefaulted(this->tiff(), TIFFTAG_COMPRESSION, &compression);
-    if (compression == COMPRESSION_NONE) return;
-    for (uint32_t strip = 0; strip < TIFFNumberOfStrips(this->tiff()); ++strip) {
-      compressedBytes_ = std::max(compressedBytes_, TIFFGetStrileByteCount(this->tiff(), strip));
-    }
   }
 
-  // A compressed strip is taken whole.
-  int64_t keptBytes() const override {
-    constexpr uint64_t most = uint64_t{1} << 60;
-    return static_cast<int64_t>(std::min(compressedBytes_, most));
-  }
+  int64_t keptBytes() const override { return decodingBytes(tiff(), true); }
 
  private:
   // Many codecs go through a strip from its top only.
@@ -159,7 +176,6 @@ class StripReader : public TiffReader {
 
   std::vector<uint8_t> line_;
   uint32_t stripRows_ = 0, next_ = 0;
-  uint64_t compressedBytes_ = 0;  // of the largest strip
 };
 
 // Keeps a row of tiles.
@@ -181,7 +197,8 @@ class TileReader : public TiffReader {
   }
 
   int64_t keptBytes() const override {
-    return static_cast<int64_t>(tile_.size() + rows_.rowSize() * static_cast<size_t>(rows_.height));
+    return static_cast<int64_t>(tile_.size() + rows_.rowSize() * static_cast<size_t>(rows_.height)) +
+           decodingBytes(tiff(), false);
   }
 
  private:
@@ -250,6 +267,7 @@ class TiffWriter : public PictureWriter {
 }  // namespace
 
 std::unique_ptr<PictureReader> openTiff(std::FILE* file, std::vector<std::string>& notes) {
+  refuseRepeatedValues(file);
   auto handle = std::make_unique<Tiff>(file, "rm");
   TIFF* const tiff = handle->get();
   if (tiff == nullptr) handle->failReading();
@@ -260,10 +278,7 @@ std::unique_ptr<PictureReader> openTiff(std::FILE* file, std::vector<std::string
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
   if (TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) != 1) handle->failReading();
-  refuseUnlessGrey(tiff, photometric);
-  if (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) {
-    refuseNotGrey("a picture of " + std::to_string(bits) + "-bit pixels");
-  }
+  refuseUnlessGrey(tiff, photometric, bits);
   if (TIFFLastDirectory(tiff) == 0) notes.push_back("has more than one page; the first one is taken");
   if (orientation != ORIENTATION_TOPLEFT) notes.push_back("states an orientation; the rows are taken as stored");
 
