@@ -22,6 +22,9 @@ done
 "$root/usr/bin/kip" smooth "$chart" "$folder/packaged.pgm" --sigma 3
 "$program" smooth "$chart" "$folder/built.pgm" --sigma 3
 cmp "$folder/packaged.pgm" "$folder/built.pgm"
+for completion in zsh/vendor-completions/_kip bash-completion/completions/kip; do
+  [ -f "$root/usr/share/$completion" ] || { echo "$completion is not there" && exit 1; }
+done
 ldd "$root/usr/bin/kip" | grep -q "$root" || { echo "kip uses other libraries than those beside it" && exit 1; }
 sh "$here/pkg_config.sh" "$root/usr" "$libdir" "$cc" "$consumer" 1
 [ -n "$python" ] || exit 0

@@ -159,14 +159,17 @@ TEST(Output, HasTheRightsOfWhatItReplaces) {
   writeNew(folder, "new", 0640);
   EXPECT_EQ(statusOf(folder / "new").st_uid, 12345u);
   EXPECT_EQ(statusOf(folder / "new").st_gid, 54321u);
-  // neither can be kept, and another group gets what all had
-  writeBytes(folder / "other", "old");
-  ASSERT_EQ(chown((folder / "other").c_str(), 12345, 54321), 0);
-  ASSERT_EQ(chmod((folder / "other").c_str(), 0676), 0);
+  // neither can be kept: group and others get what both had
   ASSERT_EQ(chmod((folder / "").c_str(), 0777), 0);
-  const AsNobody nobody;
-  writeNew(folder, "other", 0676);
-  EXPECT_EQ(modeOf(folder / "other"), 0666u);
+  for (const auto& [mode, left] : {std::pair<mode_t, mode_t>{0676, 0666}, {0606, 0600}}) {
+    const std::string name = "other" + std::to_string(mode);
+    writeBytes(folder / name, "old");
+    ASSERT_EQ(chown((folder / name).c_str(), 12345, 54321), 0);
+    ASSERT_EQ(chmod((folder / name).c_str(), mode), 0);
+    const AsNobody nobody;
+    writeNew(folder, name, mode);
+    EXPECT_EQ(modeOf(folder / name), left);
+  }
 }
 
 TEST(Output, ThatMustNotBeWrittenIsRefused) {
@@ -225,7 +228,7 @@ void expectEnd(int signal, const std::function<void()>& work) {
 
 TEST(Output, IsNotLeftWhenASignalEndsTheProgram) {
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM,
-                           SIGPROF, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+                           SIGPROF, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGRTMIN}) {
     const Folder folder;
     expectEnd(signal, [&] {
       const tool::NewFolder made(folder / "made");

@@ -12,16 +12,15 @@
 namespace kip::tool {
 namespace {
 
-constexpr mode_t kGroup = 070;
-
 #ifdef __linux__
 constexpr char kAccessList[] = "system.posix_acl_access";
 
-// False when `from` has a list that the other file does not get.
-bool copyAccessList(const char* from, int descriptor) {
+// False when `from` has a list that the other file does not get. A list has the group's rights, too.
+bool copyAccessList(const char* from, int descriptor, bool isSameGroup) {
   char list[4096];
   const ssize_t size = getxattr(from, kAccessList, list, sizeof list);
-  return size < 0 ? errno != ERANGE : fsetxattr(descriptor, kAccessList, list, static_cast<size_t>(size), 0) == 0;
+  if (size < 0) return errno != ERANGE;
+  return isSameGroup && fsetxattr(descriptor, kAccessList, list, static_cast<size_t>(size), 0) == 0;
 }
 
 // A new file inherits one from its folder.
@@ -29,7 +28,7 @@ void dropAccessList(int descriptor) {
   fremovexattr(descriptor, kAccessList);
 }
 #else
-bool copyAccessList(const char*, int) {
+bool copyAccessList(const char*, int, bool) {
   return true;
 }
 void dropAccessList(int) {}
@@ -48,8 +47,13 @@ void copyRights(const std::string& from, int descriptor) {
   mode_t mode = old.st_mode & 07777;
   if (own.st_uid != old.st_uid || own.st_gid != old.st_gid) mode &= 0777;
   dropAccessList(descriptor);
-  const bool isSameGroup = own.st_gid == old.st_gid && copyAccessList(from.c_str(), descriptor);
-  if (!isSameGroup) mode &= ~kGroup | (mode & 07) << 3;
+  const bool isSameGroup = own.st_gid == old.st_gid;
+  if (!copyAccessList(from.c_str(), descriptor, isSameGroup)) {
+    mode &= 0700;
+  } else if (!isSameGroup) {
+    const mode_t shared = mode & mode >> 3 & 07;
+    mode = (mode & 0700) | shared << 3 | shared;
+  }
   fchmod(descriptor, mode);
 }
 

@@ -5,8 +5,8 @@
 
 namespace kip::tool {
 
-// Gives an open file the owner, group, mode and access control list of another one, as far as this process may. Whom
-// these do not reach gets no more than others had.
+// Gives an open file the owner, group, mode and access control list of another one, as far as this process may. Where
+// the group cannot be kept, all get what both the group and others had, or nothing when there is such a list.
 void copyRights(const std::string& from, int descriptor);
 
 }  // namespace kip::tool

@@ -33,8 +33,8 @@ bool isHarmless(uint32_t code) {
   struct Range {
     uint32_t first, last;
   };
-  constexpr Range harmful[] = {{0, 0x1F},         {0x7F, 0x9F},     {0x061C, 0x061C},
-                               {0x200E, 0x200F},  {0x2028, 0x202E}, {0x2066, 0x2069}};
+  constexpr Range harmful[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x061C, 0x061C},
+                               {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
   for (const Range& range : harmful) {
     if (code >= range.first && code <= range.last) return false;
   }

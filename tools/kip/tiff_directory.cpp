@@ -26,7 +26,9 @@ class Numbers {
     }
     return value;
   }
-  void seek(uint64_t offset) { (void)fseeko(file_, static_cast<off_t>(std::min<uint64_t>(offset, INT64_MAX)), SEEK_SET); }
+  void seek(uint64_t offset) {
+    (void)fseeko(file_, static_cast<off_t>(std::min<uint64_t>(offset, INT64_MAX)), SEEK_SET);
+  }
 
  private:
   std::FILE* file_;

@@ -12,13 +12,13 @@
 namespace kip::tool {
 namespace {
 
-constexpr int kEnds[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE, SIGALRM,   SIGTERM, SIGUSR1,
-                         SIGUSR2, SIGPOLL, SIGPROF, SIGXCPU, SIGVTALRM,
+constexpr int kEnds[] = {
+    SIGHUP,    SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2, SIGPOLL, SIGPROF, SIGXCPU, SIGVTALRM,
 #ifdef SIGPWR
-                         SIGPWR,
+    SIGPWR,
 #endif
 #ifdef SIGSTKFLT
-                         SIGSTKFLT,
+    SIGSTKFLT,
 #endif
 };
 constexpr int kCrashes[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP};
@@ -74,6 +74,7 @@ void prepareSignals() {
     sigaltstack(&stack, nullptr);
   }
   for (const int signal : kEnds) handle(signal, onEnd, SA_RESTART);
+  for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, onEnd, SA_RESTART);
   for (const int signal : kCrashes) handle(signal, removeAndEnd, SA_ONSTACK);
 }
 
