@@ -52,9 +52,8 @@ std::vector<uint8_t> smoothPasses(const Picture& source, const Passes& passes, c
   for (size_t row = 0; row < height; ++row) {
     for (size_t x = 0; x < width; ++x) {
       std::vector<double>& sums = columns[x];
-      forTaps(row, yBox, weights.size(), [&](size_t i, size_t y) {
-        sums[0] += weights[i] * source.pixels[(top + y) * sourceWidth + left + x];
-      });
+      forTaps(row, yBox, weights.size(),
+              [&](size_t i, size_t y) { sums[0] += weights[i] * source.pixels[(top + y) * sourceWidth + left + x]; });
       for (size_t j = 1; j < count; ++j) sums[j] += sums[j - 1];
       last[x] = sums.back();
     }

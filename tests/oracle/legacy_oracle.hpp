@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What kfGauss computes, operation by operation: where its doubles do not hold the sums, the pixels depend on the order.
-// Shares no code with the library.
+// What kfGauss computes, operation by operation: where its doubles do not hold the sums, the pixels depend on the
+// order. Shares no code with the library.
 #pragma once
 
 #include "oracle/gauss_oracle.hpp"

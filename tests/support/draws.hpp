@@ -38,8 +38,8 @@ float drawFloatScale(Generator& from) {
   return static_cast<float>(std::clamp(drawScale(from), double{Limits::denorm_min()}, double{Limits::max()}));
 }
 
-// A row and a sigma along it for which the last piece of a line, as the kernels take it, is shorter than what is mirrored
-// at its end.
+// A row and a sigma along it for which the last piece of a line, as the kernels take it, is shorter than what is
+// mirrored at its end.
 struct LongRow {
   int32_t width, sigma;
 };
