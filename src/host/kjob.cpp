@@ -76,6 +76,7 @@ ksys_status ksys_jobThreadGroup_dispatchAndWait(ksys_jobThreadGroup*, const ksys
   if (set.count == 0) return 0;
 
   ksys_status* const statuses = fresh->statuses();
+  std::fill_n(statuses, set.count, KSYS_STATUS_JOB_LOST);
   kiphost::runJobs(set.first, set.count, statuses);
   const ksys_status* const failure = std::find_if(statuses, statuses + set.count, failed);
   return failure == statuses + set.count ? 0 : *failure;

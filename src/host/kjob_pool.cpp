@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "kjob_pool.hpp"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -20,18 +23,38 @@ class Pool {
   void run(const Job* first, int32_t count, ksys_status* statuses) {
     const int32_t helpers = std::min(jobThreads(), count) - 1;
     startWorkers(helpers);
-    Batch batch{first, statuses, helpers};
+    Batch batch{first, statuses, helpers, innermost_};
     std::unique_lock lock(mutex_);
+    innermost_ = &batch;
     Batch** last = &batches_;
     while (*last != nullptr) last = &(*last)->next;
     *last = &batch;
     for (int32_t i = 0; i < helpers; ++i) work_.notify_one();
 
-    runWaiting(batch, lock);
+    while (const Job* const job = take(batch)) batch.statuses[job->index] = runUnlocked(*job, lock);
     Batch** link = &batches_;
     while (*link != &batch) link = &(*link)->next;
     *link = batch.next;
+    innermost_ = batch.outer;
     batch.done.wait(lock, [&batch] { return batch.helpers == 0; });
+  }
+
+  // The lock is held across a fork, so that the child finds the list in order.
+  void beforeFork() { mutex_.lock(); }
+  void afterForkInParent() { mutex_.unlock(); }
+  // The thread that forked is alone: there are no workers, nobody waits, and of the sets only its own, in whose jobs it
+  // is, go on. Those of others lie in stacks that may be used anew.
+  void afterForkInChild() {
+    new (&work_) std::condition_variable;
+    workers_ = 0;
+    ++forks_;
+    batches_ = nullptr;
+    for (Batch* batch = innermost_; batch != nullptr; batch = batch->outer) {
+      batch->helpers = 0;
+      batch->next = batches_;
+      batches_ = batch;
+    }
+    mutex_.unlock();
   }
 
  private:
@@ -64,6 +87,7 @@ class Pool {
 
   void work() {
     std::unique_lock lock(mutex_);
+    const int64_t forks = forks_;
     for (;;) {
       Batch* const batch = findWork();
       if (batch == nullptr) {
@@ -72,7 +96,15 @@ class Pool {
       }
       --batch->helpersLeft;
       ++batch->helpers;
-      runWaiting(*batch, lock);
+      while (const Job* const job = take(*batch)) {
+        const ksys_status status = runUnlocked(*job, lock);
+        // the job forked: in the child nobody waits for the set, and this thread has nowhere to return to
+        if (forks_ != forks) {
+          lock.unlock();
+          std::exit(0);
+        }
+        batch->statuses[job->index] = status;
+      }
       // under the lock: as soon as it is released the batch may be gone
       if (--batch->helpers == 0) batch->done.notify_one();
     }
@@ -84,22 +116,29 @@ class Pool {
     return batch;
   }
 
-  // Takes and runs jobs until none waits.
-  static void runWaiting(Batch& batch, std::unique_lock<std::mutex>& lock) {
-    while (const Job* const job = batch.waiting) {
-      batch.waiting = job->next;
-      lock.unlock();
-      const ksys_status status = job->function(&job->params);
-      lock.lock();
-      batch.statuses[job->index] = status;
-    }
+  // Null when none waits.
+  static const Job* take(Batch& batch) {
+    const Job* const job = batch.waiting;
+    if (job != nullptr) batch.waiting = job->next;
+    return job;
+  }
+
+  static ksys_status runUnlocked(const Job& job, std::unique_lock<std::mutex>& lock) {
+    lock.unlock();
+    const ksys_status status = job.function(&job.params);
+    lock.lock();
+    return status;
   }
 
   std::mutex mutex_;
   std::condition_variable work_;
   Batch* batches_ = nullptr;
+  int64_t forks_ = 0;  // from the process that first used the pool to this one
   std::atomic<int32_t> workers_{0};
+  static thread_local Batch* innermost_;  // of those that the thread has dispatched
 };
+
+thread_local Batch* Pool::innermost_ = nullptr;
 
 // Never destroyed: the workers wait on it until the process ends.
 Pool& pool() {
@@ -108,13 +147,18 @@ Pool& pool() {
   return *instance;
 }
 
+[[maybe_unused]] const int atForks =
+    pthread_atfork([] { pool().beforeFork(); }, [] { pool().afterForkInParent(); }, [] { pool().afterForkInChild(); });
+
 }  // namespace
 
 int32_t jobThreads() {
   const int32_t maximum = maximumThreads.load(std::memory_order_relaxed);
   if (maximum > 0) return maximum;
-  static const auto processors = static_cast<int32_t>(std::thread::hardware_concurrency());
-  return std::max(processors, 1);
+  // not initialised under a lock: the thread that holds it may be missing in a forked child
+  static std::atomic<int32_t> processors{0};
+  if (processors == 0) processors = std::max(static_cast<int32_t>(std::thread::hardware_concurrency()), 1);
+  return processors;
 }
 
 void setMaximumJobThreads(int32_t count) {

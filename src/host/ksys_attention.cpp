@@ -16,3 +16,8 @@ void ksys_attention_setHandler(ksys_attentionHandler function, void* context) {
   handler = function;
   handlerContext = context;
 }
+
+void ksys_attention_getHandler(ksys_attentionHandler* function, void** context) {
+  *function = handler;
+  *context = handlerContext;
+}

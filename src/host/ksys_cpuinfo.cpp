@@ -66,7 +66,20 @@ Processor detect() {
 
 std::atomic<ksys_status> failure{0};
 std::atomic<bool> overridden{false};
-std::atomic<uint64_t> overrideValues{0};  // vendor and features in one word, so that no reader sees half of a change
+// Vendor and features in one word, so that no reader sees half of a change.
+std::atomic<uint64_t> overrideValues{0};
+std::atomic<uint64_t> detectedValues{0};  // 0: not asked yet
+
+uint64_t packed(const Processor& processor) {
+  return uint64_t{static_cast<uint32_t>(processor.vendor)} << 32 | static_cast<uint32_t>(processor.features);
+}
+
+// Not initialised under a lock: the thread that holds it may be missing in a forked child.
+uint64_t detectOnce() {
+  uint64_t values = detectedValues.load();
+  if (values == 0) detectedValues.store(values = packed(detect()));
+  return values;
+}
 
 }  // namespace
 
@@ -74,20 +87,14 @@ ksys_status ksys_cpuinfo_init(ksys_cpuinfo* info) {
   *info = {};
   const ksys_status status = failure.load();
   if (status != 0) return status;
-  static const Processor detected = detect();
-  if (overridden.load()) {
-    const uint64_t values = overrideValues.load();
-    info->vendor = static_cast<int32_t>(values >> 32);
-    info->features = static_cast<int32_t>(values & UINT32_MAX);
-  } else {
-    info->vendor = detected.vendor;
-    info->features = detected.features;
-  }
+  const uint64_t values = overridden.load() ? overrideValues.load() : detectOnce();
+  info->vendor = static_cast<int32_t>(values >> 32);
+  info->features = static_cast<int32_t>(values & UINT32_MAX);
   return 0;
 }
 
 void ksys_cpuinfo_setOverride(int32_t vendor, int32_t features) {
-  overrideValues.store(uint64_t{static_cast<uint32_t>(vendor)} << 32 | static_cast<uint32_t>(features));
+  overrideValues.store(packed({vendor, features}));
   overridden.store(true);
 }
 

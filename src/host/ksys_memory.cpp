@@ -5,6 +5,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "fork.hpp"
 #include "kip/host/ksys.h"
 #include "spare_blocks.hpp"
 #include "status.hpp"
@@ -23,6 +24,7 @@ struct Handler {
 
 std::mutex handlerMutex;
 Handler handler{};  // guarded by handlerMutex
+[[maybe_unused]] const int atForks = kiphost::holdAcrossForks<handlerMutex>();
 
 // The handler runs without the lock, so that it may allocate or replace itself.
 ksys_status askHandler(uint64_t bytes) {

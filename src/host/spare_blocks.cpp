@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <utility>
+
+#include "fork.hpp"
 
 namespace kiphost {
 
@@ -23,6 +26,7 @@ struct Spare {
 
 std::mutex mutex;
 std::array<Spare, kMost> spares{};  // guarded by mutex; the newest one first, null ones last
+[[maybe_unused]] const int atForks = holdAcrossForks<mutex>();
 
 }  // namespace
 
@@ -42,17 +46,20 @@ void* takeSpareBlock(uint64_t bytes) {
 bool keepSpareBlock(void* block) {
   const uint64_t bytes = block != nullptr ? malloc_usable_size(block) : 0;
   if (bytes < kSmallest || bytes > kMostBytes) return false;
-  const std::lock_guard lock(mutex);
-  free(spares.back().block);
-  std::move_backward(spares.begin(), spares.end() - 1, spares.end());
-  spares.front() = {block, bytes};
-  uint64_t bytesKept = 0;
-  for (Spare& spare : spares) {
-    bytesKept += spare.bytes;
-    if (bytesKept <= kMostBytes) continue;
-    free(spare.block);
-    spare = {};
+  // Blocks are freed without the lock, so that a fork, which takes it, never waits for malloc's.
+  std::array<void*, kMost> dropped{};
+  {
+    const std::lock_guard lock(mutex);
+    dropped.back() = spares.back().block;
+    std::move_backward(spares.begin(), spares.end() - 1, spares.end());
+    spares.front() = {block, bytes};
+    uint64_t bytesKept = bytes;
+    for (size_t i = 1; i < kMost; ++i) {
+      bytesKept += spares[i].bytes;
+      if (bytesKept > kMostBytes) dropped[i - 1] = std::exchange(spares[i], {}).block;
+    }
   }
+  for (void* const one : dropped) free(one);
   return true;
 }
 

@@ -2,7 +2,10 @@
 #include "kip/host/kjob.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <barrier>
 #include <chrono>
@@ -183,6 +186,48 @@ TEST_F(KjobTest, WithoutWorkersTheCallerRunsTheJobs) {
     std::exit(status == 0 && asked == 2 && !testing::Test::HasFailure() ? 17 : 1);
   };
   EXPECT_EXIT(process(), testing::ExitedWithCode(17), "");
+}
+
+// A job forks while another thread is at the second one and the third one waits. The child of the dispatching thread
+// runs what waits and tells what is lost; that of a worker ends with the job. Both can dispatch.
+TEST_F(KjobTest, ForkedByAJob) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP() << "the sanitizer does not survive a fork";
+#endif
+  for (const bool byDispatcher : {true, false}) {
+    ksys_jobThreads_setMaximum(2);
+    const auto dispatcher = std::this_thread::get_id();
+    const pid_t parent = getpid();
+    std::atomic<int> atWork = 0;
+    std::atomic<pid_t> child = 0;
+    Jobs jobs;
+    const auto forkOnce = [&]() -> ksys_status {
+      for (++atWork; atWork < 2;) std::this_thread::yield();
+      if ((std::this_thread::get_id() == dispatcher) != byDispatcher) return child.wait(0), 4;
+      const pid_t forked = fork();
+      if (forked == 0) {
+        alarm(20);  // ends a child that hangs
+        meet(3);
+        if (!byDispatcher) std::atexit([] { _exit(17); });
+        return 5;
+      }
+      child = forked;
+      child.notify_all();
+      return 6;
+    };
+    jobs.add(forkOnce, 2);
+    jobs.add([] { return 7; });
+    const ksys_status status = jobs.dispatch();
+    if (getpid() != parent) {
+      std::vector<ksys_status> statuses = jobs.statuses();
+      std::sort(statuses.begin(), statuses.end());
+      _exit(status == KSYS_STATUS_JOB_LOST && statuses == std::vector{KSYS_STATUS_JOB_LOST, 5, 7} ? 17 : 1);
+    }
+    int ended = -1;
+    ASSERT_EQ(waitpid(child, &ended, 0), child);
+    EXPECT_EQ(ended, W_EXITCODE(17, 0));
+    EXPECT_EQ(status, 0);
+  }
 }
 
 }  // namespace

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Many threads on different functions at once, and masked requests inside jobs of the host; every result must be that
-// of a single thread. Usage: threads_test SECONDS
+// Many threads on different functions at once, masked requests inside jobs of the host, and children forked meanwhile
+// that make masked requests on threads of their own; every result must be that of a single thread.
+// Usage: threads_test SECONDS
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <thread>
 
 #include "decode.hpp"
@@ -33,11 +38,12 @@ struct Counts {
 };
 
 // Small requests of every kind, and masked ones that are large enough for bands.
+constexpr size_t kMaskedEvery = 8;
 std::vector<Work> drawWork() {
   std::vector<Work> list;
   for (uint64_t i = 0; i < 160; ++i) {
     Request request = drawRequest(5, i, false);
-    if (i % 8 == 0) {
+    if (i % kMaskedEvery == 0) {
       request.function = Function::masked;
       request.form = Form::unbound;
       request.margin = 0;
@@ -84,6 +90,25 @@ ksys_status dispatchNested(const Work& work, Counts& counts) {
   return status;
 }
 
+// In a child that was forked while all this runs, with more threads or fewer.
+[[noreturn]] void workInChild(const std::vector<Work>& list, int number) {
+  alarm(20);  // ends a child that hangs
+  ksys_jobThreads_setMaximum(number % 8 + 1);
+  const auto workOf = [&](int i) { return list[kMaskedEvery * static_cast<size_t>(number + i) % list.size()]; };
+  _exit(workOf(0).isDoneAgain() && workOf(1).isDoneAgain() ? 0 : 1);
+}
+
+void forkChildren(const std::vector<Work>& list, Counts& counts) {
+  for (int number = 0; number < 200 && counts.failures == 0; ++number) {
+    const pid_t child = fork();
+    if (child == 0) workInChild(list, number);
+    int ended = -1;
+    if (child > 0 && waitpid(child, &ended, 0) == child && ended == 0) continue;
+    ++counts.failures;
+    std::fprintf(stderr, "child %d: %s\n", number, WIFSIGNALED(ended) ? strsignal(WTERMSIG(ended)) : "other results");
+  }
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -96,11 +121,12 @@ int main(int count, char** arguments) {
   ksys_jobThreads_setMaximum(4);
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
   Counts counts;
+  std::atomic<bool> isForking = true;
   std::vector<std::thread> threads;
   for (uint64_t i = 0; i < 8; ++i) {
     threads.emplace_back([&, i] {
       Random random(9, i);
-      while (std::chrono::steady_clock::now() < end && counts.failures == 0) {
+      while ((isForking || std::chrono::steady_clock::now() < end) && counts.failures == 0) {
         const Work& work = list[random.next() % list.size()];
         if (work.request.function == Function::masked && random.chance(4)) {
           if (dispatchNested(work, counts) != 0) ++counts.failures;
@@ -110,6 +136,10 @@ int main(int count, char** arguments) {
       }
     });
   }
+#ifndef KIP_SANITIZED  // a sanitizer's own allocator does not survive forks
+  forkChildren(list, counts);
+#endif
+  isForking = false;
   for (std::thread& thread : threads) thread.join();
   std::printf("%lld calls, %lld of them nested in jobs, %lld failures\n", static_cast<long long>(counts.calls.load()),
               static_cast<long long>(counts.nested.load()), static_cast<long long>(counts.failures.load()));

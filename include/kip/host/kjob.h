@@ -26,7 +26,10 @@ typedef ksys_status (*ksys_jobFunction)(const ksys_jobParams* params);
 typedef void (*ksys_jobRelease)(void* recordVariable);
 
 /* A group on the process's worker threads, shared by all groups. They start when sets are dispatched that need them and
- * stay until the process ends. Sets may be dispatched from several threads at once and from jobs. */
+ * stay until the process ends. Sets may be dispatched from several threads at once and from jobs. A forked child starts
+ * workers of its own and has the full service, whatever the threads of its parent were at. If a job forks, its child
+ * loses the jobs that other threads are at (KSYS_STATUS_JOB_LOST); when the job ran on a worker, the child ends with
+ * it, by exit(0). */
 ksys_status ksys_jobThreadGroup_construct(ksys_jobThreadGroup* group);
 void ksys_jobThreadGroup_destruct(ksys_jobThreadGroup* group);
 /* The number of threads, the calling one included, that may work on a set that the calling thread dispatches: what

@@ -38,6 +38,8 @@ typedef int32_t ksys_status;
 #define KSYS_STATUS_BAD_ARGUMENT KSYS_STATUS(0x80000011)   /* a size, position, stride or pointer is out of range */
 #define KSYS_STATUS_OUTSIDE_IMAGE KSYS_STATUS(0x80000012)  /* a rectangle does not lie inside the image's pixels */
 #define KSYS_STATUS_NOT_INVERTIBLE KSYS_STATUS(0x80000013) /* a transform has no inverse */
+#define KSYS_STATUS_CANCELLED KSYS_STATUS(0x80000014)      /* for attention handlers: the operation shall stop */
+#define KSYS_STATUS_JOB_LOST KSYS_STATUS(0x80000015)       /* a job was lost in a fork (kjob.h) */
 #define KSYS_STATUS_NOT_BOUND KSYS_STATUS(0x800003C3)      /* an image or a window refers to no pixels */
 #define KSYS_STATUS_MEMORY_OVERLAP KSYS_STATUS(0x800006A0) /* two windows share pixel memory */
 
@@ -98,8 +100,12 @@ void ksys_cleanup_doId_(ksys_cleanupEntry* entries, int32_t* count, ksys_status*
 /* 0, or a failure when the running operation is asked to stop: the answer of the calling thread's handler. */
 ksys_status ksys_attention_check(void);
 typedef ksys_status (*ksys_attentionHandler)(void* context);
-/* For the calling thread; null: no handler. */
+/* For the calling thread; null: no handler. A handler that stops an operation returns KSYS_STATUS_CANCELLED or another
+ * failure, which the operation then returns. libkipgauss does not ask in masked smoothing with a source mask, for
+ * result masks, in smoothing of 16-bit images, in kfGauss and at processor level 1. */
 void ksys_attention_setHandler(ksys_attentionHandler handler, void* context);
+/* The calling thread's, to be asked by another one or to be set again; null when there is none. */
+void ksys_attention_getHandler(ksys_attentionHandler* handler, void** context);
 
 /* ---- processor information ---- */
 
