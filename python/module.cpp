@@ -9,6 +9,9 @@
 #include <kip/version.h>
 #include <kip/kip.hpp>
 
+#include <unistd.h>
+
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -39,10 +42,53 @@ kip::view<const uint8_t> maskOf(const MaybeArray& mask) {
   return mask ? viewOf<uint8_t>(*mask) : kip::view<const uint8_t>{};
 }
 
+// Takes the interpreter's lock again. Where the interpreter has ended meanwhile that ends the thread, by unwinding its
+// stack, whose objects need the interpreter: such a thread waits for the end of the process.
+void lockInterpreter(PyThreadState* thread) {
+  try {
+    PyEval_RestoreThread(thread);
+  } catch (...) {
+    for (;;) pause();
+  }
+}
+
+// What arrives while the library computes. Python handles signals in its main thread alone, ten times a second here.
+class Signals {
+ public:
+  explicit Signals(PyThreadState* thread) : thread_(thread) {}
+
+  // Whether a handler raised, as that of Ctrl-C does.
+  bool haveRaised() {
+    const auto now = std::chrono::steady_clock::now();
+    if (hasError_ || now < next_) return hasError_;
+    next_ = now + kInterval;
+    if (gettid() != getpid()) return false;
+    lockInterpreter(thread_);
+    hasError_ = PyErr_CheckSignals() != 0;
+    PyEval_SaveThread();
+    return hasError_;
+  }
+  [[nodiscard]] bool hasError() const { return hasError_; }
+
+ private:
+  static constexpr std::chrono::milliseconds kInterval{100};
+
+  PyThreadState* thread_;
+  std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + kInterval;
+  bool hasError_ = false;
+};
+
 template <typename Call>
 ksys_status unlocked(Call&& call) {
-  const py::gil_scoped_release released;
-  return call();
+  PyThreadState* const thread = PyEval_SaveThread();
+  Signals signals(thread);
+  const ksys_status status = [&] {
+    const kip::stop_when stop([&signals] { return signals.haveRaised(); });
+    return call();
+  }();
+  lockInterpreter(thread);
+  if (signals.hasError()) throw py::error_already_set();
+  return status;
 }
 
 kip::smooth_params kernel(Pair sigma, Pair sample, double scale = 1, bool truncate = false) {

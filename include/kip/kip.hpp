@@ -5,6 +5,7 @@
 //   kip::smooth, kip::smooth_masked, kip::result_mask         Gaussian smoothing, with down-sampling and masks
 //   kip::stddev, kip::stddev_of                               a sigma by its standard deviation, and back
 //   kip::reduce, kip::pyramid, kip::binomial                  the kernel 1 4 6 4 1, with and without masks
+//   kip::stop_when                                            stops calls that run
 //
 // Each function has a form that returns new images and throws kip::error, and one named try_ that writes into the
 // caller's views, throws nothing and returns a status. Images are used where they are, without copies. The functions
@@ -20,5 +21,6 @@
 #include "cpp/reduce.hpp"
 #include "cpp/smooth.hpp"
 #include "cpp/stddev.hpp"
+#include "cpp/stop.hpp"
 #include "cpp/view.hpp"
 #endif

@@ -73,7 +73,8 @@ def reduce(
     kernel's rounded mean of the mask.
 
     Raises TypeError for a wrong dtype; ValueError for a wrong shape or `out`; MemoryError; Error for what else the
-    library refuses. The interpreter's lock is released meanwhile.
+    library refuses. The interpreter's lock is released meanwhile, and in the main thread signals are handled: Ctrl-C
+    stops the call, which leaves `out` half-written.
     """
     pixels = take_image(image)
     valid = None if mask is None else take_mask(mask, pixels.shape)

@@ -5,8 +5,9 @@ from __future__ import annotations
 
 import contextlib
 import operator
+import os
 import threading
-from typing import Iterator, Optional, Tuple, Union
+from typing import Iterator, List, Optional, Tuple, Union
 
 from . import _kip
 
@@ -56,27 +57,49 @@ def threads() -> int:
 
 
 _turn = threading.Condition()
-_users = 0
+_users: List[int] = []  # the threads inside
 _before: Tuple[Optional[Level], int] = (None, 0)
 
 
 @contextlib.contextmanager
 def one_thread_at(wanted: Level) -> Iterator[None]:
     """Inside, the process keeps to this level and to one thread; threads that want another level wait at the door."""
-    global _users, _before
+    global _before
+    thread = threading.get_ident()
     with _turn:
-        _turn.wait_for(lambda: _users == 0 or level() == wanted)
-        if _users == 0:
+        _turn.wait_for(lambda: not _users or level() == wanted)
+        if not _users:
             _before = _set_level, _set_threads
+        _users.append(thread)
+        try:
             set_level(wanted)
             set_threads(1)
-        _users += 1
+        except ValueError:
+            _users.remove(thread)
+            raise
     try:
         yield
     finally:
         with _turn:
-            _users -= 1
-            if _users == 0:
-                set_level(_before[0])
-                set_threads(_before[1])
-                _turn.notify_all()
+            if len(_users) == 1:
+                _restore()
+            _users.remove(thread)
+            _turn.notify_all()
+
+
+def _restore() -> None:
+    set_level(_before[0])
+    set_threads(_before[1])
+
+
+def _start_child() -> None:
+    """In a forked child nobody is inside but the thread that forked."""
+    global _turn
+    _turn = threading.Condition()
+    forked = threading.get_ident()
+    if _users and forked not in _users:
+        _restore()
+    _users[:] = [thread for thread in _users if thread == forked]
+
+
+os.register_at_fork(after_in_child=_start_child)

@@ -104,7 +104,9 @@ def smooth(
     sigma therefore lies half a pixel behind position c * sample + d.
 
     Raises TypeError for a wrong dtype or type; ValueError for a wrong shape, number or `out`; MemoryError; Error for
-    what else the library refuses. The interpreter's lock is released meanwhile.
+    what else the library refuses. The interpreter's lock is released meanwhile. In the main thread signals are handled
+    meanwhile, too, so that Ctrl-C stops the call, which leaves `out` half-written; not so for uint16 images and at
+    level 1.
     """
     pixels = take_image(image)
     kernel = take_kernel(sigma, sample, stddev)
@@ -145,7 +147,8 @@ def smooth_masked(
     at least one, weighted by it; an invalid one is the pixel at its sample, times scale. The sample of element c along
     an axis is pixel c * sample + max(0, d - 3 * sigma // 2), with the d of `smooth`.
 
-    Large images are smoothed on several threads (`set_threads`). Raises what `smooth` does.
+    Large images are smoothed on several threads (`set_threads`). Raises what `smooth` does, but runs to its end before
+    signals are handled.
     """
     pixels = take_image(image)
     valid = take_mask(mask, pixels.shape)

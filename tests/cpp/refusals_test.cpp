@@ -171,12 +171,60 @@ TEST(Refusals, ShortOfMemory) {
   EXPECT_EQ(request.smoothMaskedOrThrow(), KSYS_STATUS_NO_MEMORY);
 }
 
+// Calls inside a stop_when: those that it is documented to stop say so in both forms, the others do not ask it.
+TEST(Refusals, Stopped) {
+  const ProcessorOverride portable(0, 0);
+  const Request r;
+  Random random{82};
+  const Painted<uint16_t> deep = drawPicture<uint16_t>({0, 0, 20, 16}, random);
+  const Canvas<uint16_t> deepResult({0, 0, 20, 16}, 0);
+  const auto half = r.dst.crop({0, 0, 10, 8}), halfMask = r.dstMask.crop({0, 0, 10, 8});
+  const struct {
+    bool isStopped;
+    std::function<ksys_status()> tried;
+    std::function<void()> thrown;
+  } calls[] = {
+      {true, [&] { return kip::try_smooth(r.src, r.dst, r.params); }, [&] { (void)kip::smooth(r.src, r.params); }},
+      {true, [&] { return kip::try_reduce(r.src, half); }, [&] { (void)kip::reduce(r.src); }},
+      {true, [&] { return kip::try_reduce(r.src, r.srcMask, half, halfMask); },
+       [&] { (void)kip::reduce(r.src, r.srcMask); }},
+      {true, [&] { return kip::try_pyramid(r.src, std::vector{half}); }, [&] { (void)kip::pyramid(r.src, 2); }},
+      {true, [&] { return kip::try_binomial(r.src, r.dst); }, [&] { (void)kip::binomial(r.src); }},
+      {true, [&] { return kip::try_binomial(r.src, r.srcMask, r.dst, r.dstMask); },
+       [&] { (void)kip::binomial(r.src, r.srcMask); }},
+      {false, [&] { return r.smoothMasked(); }, [&] { (void)kip::smooth_masked(r.src, r.srcMask, r.params); }},
+      {false, [&] { return kip::try_result_mask(r.srcMask, r.dst, r.params); },
+       [&] { (void)kip::result_mask(r.srcMask, r.params); }},
+      {false, [&] { return kip::try_smooth(viewOf(deep), viewOf(deepResult), r.params); },
+       [&] { (void)kip::smooth(viewOf(deep), r.params); }},
+  };
+  int asked = 0;
+  bool isToStop = true;
+  for (const auto& call : calls) {
+    SCOPED_TRACE(&call - calls);
+    asked = 0;
+    const kip::stop_when outer([&] { return ++asked, isToStop; });
+    const kip::stop_when inner([] { return false; });
+    EXPECT_EQ(call.tried(), call.isStopped ? KSYS_STATUS_CANCELLED : 0);
+    if (call.isStopped) {
+      EXPECT_THROW(call.thrown(), kip::cancelled);
+    } else {
+      EXPECT_NO_THROW(call.thrown());
+    }
+    EXPECT_EQ(asked, call.isStopped ? 2 : 0);
+    isToStop = false;
+    EXPECT_EQ(call.tried(), 0);
+    isToStop = true;
+  }
+  EXPECT_EQ(kip::try_smooth(r.src, r.dst, r.params), 0) << "outside";
+}
+
 TEST(Refusals, SayWhatTheyMean) {
   std::set<std::string> texts;
   for (const ksys_status status :
        {ksys_status{0}, KIP_STATUS_BAD_SAMPLE, KIP_STATUS_BAD_SIGMA, KIP_STATUS_BAD_SCALE, KIP_STATUS_NOT_BOUND,
         KIP_STATUS_BAD_MIN_COVERAGE, KIP_STATUS_MASK_MISMATCH, KSYS_STATUS_MEMORY_OVERLAP, KSYS_STATUS_NO_MEMORY,
-        KSYS_STATUS_BAD_ARGUMENT, KSYS_STATUS_OUTSIDE_IMAGE, KSYS_STATUS(0x8000BEEF)}) {
+        KSYS_STATUS_BAD_ARGUMENT, KSYS_STATUS_OUTSIDE_IMAGE, KSYS_STATUS_CANCELLED, KSYS_STATUS(0x8000BEEF)}) {
     EXPECT_TRUE(texts.insert(kip::status_text(status)).second) << kip::status_text(status);
   }
   EXPECT_STREQ(kip::error(KSYS_STATUS(0x8000BEEF)).what(), "the library failed (status 0x8000BEEF)");

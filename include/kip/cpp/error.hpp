@@ -34,6 +34,8 @@ inline const char* status_text(ksys_status status) noexcept {
       return "a size, position, stride or pointer is out of range";
     case KSYS_STATUS_OUTSIDE_IMAGE:
       return "a rectangle does not lie inside the image";
+    case KSYS_STATUS_CANCELLED:
+      return "the call was cancelled";
     default:
       return status < 0 ? "the library failed" : "success";
   }
@@ -58,9 +60,16 @@ class error : public std::runtime_error {
   ksys_status status_;
 };
 
+// A call that was asked to stop (stop.hpp).
+class cancelled : public error {
+ public:
+  cancelled() : error(KSYS_STATUS_CANCELLED) {}
+};
+
 namespace detail {
 
 inline void check(ksys_status status) {
+  if (status == KSYS_STATUS_CANCELLED) throw cancelled();
   if (status < 0) throw error(status);
 }
 
