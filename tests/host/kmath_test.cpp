@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "host/records.hpp"
 
 namespace {
@@ -19,6 +21,18 @@ TEST(Idiv, RemainderIsNeverNegative) {
   }
   EXPECT_EQ(kmath_idiv(INT32_MIN, -1), INT32_MAX);
   EXPECT_EQ(kmath_idiv(-1, INT32_MIN), 1);
+}
+
+TEST(Numeric, MinimumMaximumAndLimits) {
+  const double nan = std::nan("");
+  EXPECT_EQ(std::pair(kxfDMin(-1.5, 2), kxfDMin(2, -1.5)), std::pair(-1.5, -1.5));
+  EXPECT_EQ(kxfDMin(nan, 2), 2);
+  EXPECT_TRUE(std::isnan(kxfDMin(2, nan)));
+  EXPECT_EQ(std::pair(kxfIMax(INT32_MIN, -3), kxfIMax(4, -3)), std::pair(-3, 4));
+  for (const auto& [value, low, high, limited] :
+       {std::array{5, -2, 3, 3}, {-5, -2, 3, -2}, {1, -2, 3, 1}, {INT32_MAX, INT32_MIN, 7, 7}, {5, 3, -2, 3}}) {
+    EXPECT_EQ(kxfILimit(value, low, high), limited) << value;
+  }
 }
 
 TEST(FXform, RoundsOnceAndKeepsZeroPositive) {

@@ -47,6 +47,11 @@ TEST(Memory, VectorsHoldTheirElementsAndCopiesLeaveGaps) {
   uint8_t dst[10] = {};
   ksys_memory_copyRect(dst, 4, src, 3, 2, 3);
   EXPECT_EQ(std::vector(dst, dst + 10), (std::vector<uint8_t>{1, 2, 0, 0, 4, 5, 0, 0, 7, 8}));
+  ksys_memory_copy(dst + 1, src, 2);
+  ksys_memory_fill(dst + 8, 0xFE, 1);
+  ksys_memory_copy(nullptr, nullptr, 0);
+  ksys_memory_fill(nullptr, 1, 0);
+  EXPECT_EQ(std::vector(dst, dst + 10), (std::vector<uint8_t>{1, 1, 2, 0, 4, 5, 0, 0, 0xFE, 8}));
 }
 
 std::string destroyed;

@@ -77,6 +77,12 @@ int32_t kmath_idiv(int32_t n, int32_t d);
 int32_t kmath_double_ceil(double x);
 /* 1 when a and b differ by at most epsilon, else 0; 0 when one is not a number. */
 int32_t kmath_double_epsilonEqual(double a, double b, double epsilon);
+/* The smaller one; b when one is not a number. */
+double kxfDMin(double a, double b);
+/* The larger one. */
+int32_t kxfIMax(int32_t a, int32_t b);
+/* The value, or the bound that it passes; `low` when the bounds cross. */
+int32_t kxfILimit(int32_t value, int32_t low, int32_t high);
 
 KSYS_DECLARATIONS_END
 

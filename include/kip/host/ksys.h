@@ -56,6 +56,10 @@ ksys_status ksys_memory_allocClear_internal(uint64_t bytes, void** block);
  * A null variable is left alone. */
 void ksys_memory_free_internal(void* block);
 
+/* Copies `bytes` bytes. Source and destination do not overlap; both may be null when there are none. */
+void ksys_memory_copy(void* dst, const void* src, uint64_t bytes);
+/* Sets `bytes` bytes to the value. */
+void ksys_memory_fill(void* dst, uint8_t value, uint64_t bytes);
 /* Copies `rows` rows of `rowBytes` bytes each; the pitches lead from a row to the next, in bytes. Source and
  * destination do not overlap. */
 void ksys_memory_copyRect(void* dst, int64_t dstPitch, const void* src, int64_t srcPitch, uint64_t rowBytes,
