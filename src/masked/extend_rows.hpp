@@ -9,17 +9,17 @@
 namespace kip {
 
 // The rows of a plane that the source has: below `top` padded ones.
-struct SourceRows {
+struct PlaneRows {
   int64_t top, count, bottom;
 
-  SourceRows(const kimg_window& plane, const kstd_rect32& padding)
+  PlaneRows(const kimg_window& plane, const kstd_rect32& padding)
       : top(-int64_t{padding.y}), count(plane.height - (padding.height - 1)), bottom(plane.height - count - top) {}
 };
 
 // Fills the padded rows of a plane: the source's mirrored once with the edge row repeated, 0 beyond.
 template <typename Pixel>
 void extendRows(const kimg_window& plane, const kstd_rect32& padding) {
-  const SourceRows rows(plane, padding);
+  const PlaneRows rows(plane, padding);
   const size_t bytes = static_cast<size_t>(plane.width) * sizeof(Pixel);
   const auto fill = [&](int64_t row, int64_t mirrored) {
     Pixel* const target = rowOf<Pixel>(plane, rows.top + row);

@@ -23,7 +23,7 @@ namespace {
 
 // Copies the source's part of the mask into the plane, 1 for bytes from 128 on.
 void binarise(const kimg_window8Const& mask, const kimg_window8& plane, const kstd_rect32& padding) {
-  const SourceRows rows(plane, padding);
+  const PlaneRows rows(plane, padding);
   for (int64_t row = 0; row < rows.count; ++row) {
     const uint8_t* const from = rowOf<uint8_t>(mask, row);
     uint8_t* const to = rowOf<uint8_t>(plane, rows.top + row);

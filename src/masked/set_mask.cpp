@@ -9,7 +9,7 @@ namespace kip {
 
 namespace {
 
-ksys_status setWholeBytes(const kimg_window8& maskPlane, const SourceRows& rows) {
+ksys_status setWholeBytes(const kimg_window8& maskPlane, const PlaneRows& rows) {
   for (int64_t row = rows.top; row < rows.top + rows.count; ++row) {
     uint8_t* const mask = rowOf<uint8_t>(maskPlane, row);
     for (int64_t x = 0; x < maskPlane.width; ++x) mask[x] = mask[x] != 0 ? 255 : 0;
@@ -21,7 +21,7 @@ template <typename Pixel>
 ksys_status setMask(const wchar_t* name, const kimg_window& imagePlane, const kimg_window8& maskPlane,
                     const kstd_rect32& padding) {
   const ksys_status status =
-      runOptimized(name, gauss_setMaskVec, [&] { return setWholeBytes(maskPlane, SourceRows(maskPlane, padding)); });
+      runOptimized(name, gauss_setMaskVec, [&] { return setWholeBytes(maskPlane, PlaneRows(maskPlane, padding)); });
   if (failed(status)) return status;
   extendRows<Pixel>(imagePlane, padding);
   extendRows<uint8_t>(maskPlane, padding);
