@@ -19,8 +19,9 @@ KSYS_DECLARATIONS_BEGIN
  *   src      those that the source has,
  *   padding  how far `needed` reaches past `src`,
  *   mirror   the same, cut on each side to what one reflection of the source window supplies.
- * All are (0, 0, 0, 0) when nothing can be computed. KIP_STATUS_BAD_SIGMA, and nothing written, when a coordinate does
- * not fit in 32 bits. */
+ * All are (0, 0, 0, 0) when nothing can be computed. KIP_STATUS_BAD_SIGMA, and nothing written, when the kernel's
+ * 3 sigma + 1 taps do not fit in 32 bits, whether or not anything can be computed, or when another coordinate does not.
+ */
 ksys_status gauss_setup(const kstd_rect32* srcWindowRect, const kstd_rect32* requestedDst,
                         const kip_gaussParams* params, kstd_rect32* src, kstd_rect32* dst, kstd_rect32* mirror,
                         kstd_rect32* padding, kstd_rect32* needed);

@@ -23,8 +23,8 @@ namespace kip {
 // Argument check: sample factors and sigmas that the arithmetic of regions takes.
 void checkGeometryParams(const kip_gaussParams* params);
 
-// The destination of a request over all that the source supplies; (0, 0, 0, 0) when that is nothing. Fails with
-// KIP_STATUS_BAD_SIGMA when a coordinate does not fit in 32 bits.
+// The destination of a request over all that the source supplies; (0, 0, 0, 0) when that is nothing. Fails as
+// checkFits32.
 [[nodiscard]] ksys_status gauss_computeDstRect(const kstd_rect32& source, const kip_gaussParams& params,
                                                kstd_rect32& destination);
 

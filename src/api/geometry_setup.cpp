@@ -20,10 +20,6 @@ struct Axis {
     const int64_t after = std::min(geometry.padding.end() - 1, source.size);
     mirror = {-before, before + after + 1};
   }
-
-  [[nodiscard]] bool fits32() const {
-    return geometry.destination.fits32() && geometry.needed.fits32() && geometry.padding.fits32();
-  }
 };
 
 [[nodiscard]] ksys_status initRect(kstd_rect32* rect, Span x, Span y) {
@@ -40,12 +36,17 @@ void checkGeometryParams(const kip_gaussParams* params) {
 }
 
 ksys_status gauss_computeDstRect(const kstd_rect32& source, const kip_gaussParams& params, kstd_rect32& destination) {
-  const auto all = [](const AxisKernel& kernel, Span span) { return Axis(kernel, span, kernel.destinationOf(span)); };
-  const Axis x = all(xKernel(params), {source.x, source.width});
-  const Axis y = all(yKernel(params), {source.y, source.height});
-  if (x.geometry.isNull() || y.geometry.isNull()) return kstd_rect32_init(&destination, 0, 0, 0, 0);
-  if (!x.fits32() || !y.fits32()) return KIP_STATUS_BAD_SIGMA;
-  return initRect(&destination, x.geometry.destination, y.geometry.destination);
+  const AxisKernel xs = xKernel(params);
+  const AxisKernel ys = yKernel(params);
+  const auto all = [](const AxisKernel& kernel, Span span) {
+    return computeAxis(kernel, span, span, kernel.destinationOf(span));
+  };
+  const AxisGeometry x = all(xs, {source.x, source.width});
+  const AxisGeometry y = all(ys, {source.y, source.height});
+  const ksys_status status = checkFits32(xs, ys, x, y);
+  if (failed(status)) return status;
+  if (x.isNull() || y.isNull()) return kstd_rect32_init(&destination, 0, 0, 0, 0);
+  return initRect(&destination, x.destination, y.destination);
 }
 
 }  // namespace kip
@@ -57,17 +58,18 @@ ksys_status gauss_setup(const kstd_rect32* srcWindowRect, const kstd_rect32* req
   kip::check(srcWindowRect != nullptr && requestedDst != nullptr && src != nullptr && dst != nullptr);
   kip::check(mirror != nullptr && padding != nullptr && needed != nullptr);
   kip::checkGeometryParams(params);
-  const kip::Axis x(kip::xKernel(*params), {srcWindowRect->x, srcWindowRect->width},
-                    {requestedDst->x, requestedDst->width});
-  const kip::Axis y(kip::yKernel(*params), {srcWindowRect->y, srcWindowRect->height},
-                    {requestedDst->y, requestedDst->height});
-  const bool null = x.geometry.isNull() || y.geometry.isNull();
-  if (!null && (!x.fits32() || !y.fits32())) return KIP_STATUS_BAD_SIGMA;
+  const kip::AxisKernel xs = kip::xKernel(*params);
+  const kip::AxisKernel ys = kip::yKernel(*params);
+  const kip::Axis x(xs, {srcWindowRect->x, srcWindowRect->width}, {requestedDst->x, requestedDst->width});
+  const kip::Axis y(ys, {srcWindowRect->y, srcWindowRect->height}, {requestedDst->y, requestedDst->height});
+  ksys_status status = kip::checkFits32(xs, ys, x.geometry, y.geometry);
+  if (kip::failed(status)) return status;
 
+  const bool null = x.geometry.isNull() || y.geometry.isNull();
   const auto write = [null](kstd_rect32* out, Span columns, Span rows) {
     return null ? kstd_rect32_init(out, 0, 0, 0, 0) : kip::initRect(out, columns, rows);
   };
-  ksys_status status = write(src, x.geometry.source, y.geometry.source);
+  status = write(src, x.geometry.source, y.geometry.source);
   if (kip::failed(status)) return status;
   if (kip::failed(status = write(dst, x.geometry.destination, y.geometry.destination))) return status;
   if (kip::failed(status = write(mirror, x.mirror, y.mirror))) return status;

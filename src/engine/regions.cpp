@@ -18,6 +18,13 @@ AxisGeometry computeAxis(const AxisKernel& kernel, Span source, Span valid, Span
   return axis;
 }
 
+ksys_status checkFits32(const AxisKernel& xKernel, const AxisKernel& yKernel, const AxisGeometry& x,
+                        const AxisGeometry& y) {
+  if (!xKernel.taps().fits32() || !yKernel.taps().fits32()) return KIP_STATUS_BAD_SIGMA;
+  if (x.isNull() || y.isNull()) return 0;
+  return x.fits32() && y.fits32() ? 0 : KIP_STATUS_BAD_SIGMA;
+}
+
 ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params,
                            const std::optional<ksIRegion>& requested, RequestGeometry& geometry) {
   const bool extend = params.extendBorder != 0 && params.peakNormalize == 0;
@@ -30,10 +37,8 @@ ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params,
   const AxisGeometry x = compute(xs, columns(source), requested ? std::optional(columns(*requested)) : std::nullopt);
   const AxisGeometry y = compute(ys, rows(source), requested ? std::optional(rows(*requested)) : std::nullopt);
 
-  for (const Span& span :
-       {xs.taps(), ys.taps(), x.destination, y.destination, x.needed, y.needed, x.padding, y.padding}) {
-    if (!span.fits32()) return KIP_STATUS_BAD_SIGMA;
-  }
+  const ksys_status status = checkFits32(xs, ys, x, y);
+  if (failed(status)) return status;
   geometry = {
       .kernel = makeRegion(xs.taps(), ys.taps()), .destination = {}, .positions = {}, .source = {}, .padding = {}};
   if (x.isNull() || y.isNull()) return 0;

@@ -100,6 +100,22 @@ TEST(Geometry, CoordinatesBeyond32Bits) {
   EXPECT_EQ(Rects(far, far, params).status, KIP_STATUS_BAD_SIGMA);
   const ksIRegion missed = {INT32_MIN, 0, 4, 4};
   EXPECT_EQ(Rects(far, missed, params).status, 0);
+  // nothing can be computed from this source, but the kernel's size counts first, for everyone
+  const Canvas<uint8_t> canvas({4, 3, 1, 1}, 7);
+  Image image(canvas), unbound;
+  const kimg_windowConst from = sourceWindowOn(canvas);
+  const kimg_window to = windowOn(canvas);
+  const ksIRegion one = canvas.region();
+  for (const auto& [xSigma, ySigma, expected] :
+       {std::tuple{1, 1, 0}, {715827883, 1, KIP_STATUS_BAD_SIGMA}, {1, 715827883, KIP_STATUS_BAD_SIGMA}}) {
+    const kip_gaussParams sampled = {9, 9, xSigma, ySigma, 1.0, 0, {0, 0, 0.0}};
+    kstd_rect32 all = {0, 0, 1, 1};
+    EXPECT_EQ(Rects(one, one, sampled).status, expected);
+    EXPECT_EQ(kip::gauss_computeDstRect(rectOf(one), sampled, all), expected);
+    EXPECT_EQ(kip_gauss_smooth8_8(image.get(), unbound.get(), &sampled), expected);
+    EXPECT_EQ(kip_gauss_smoothWindow8_16(&from, &to, &sampled), expected);
+    EXPECT_EQ(all.width, expected == 0 ? 0 : 1);
+  }
   const kip_gaussParams wide = {5, 1, 2, 2, 1.0, 0, {0, 0, 0.0}};
   EXPECT_EQ(regionOf(Rects({0, 0, 9, 9}, {INT32_MIN, 0, INT32_MAX, 9}, wide).dst), ksIRegionNull);
   for (const kip_gaussParams& bad :
