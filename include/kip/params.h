@@ -72,7 +72,8 @@ ksys_status kip_filterMaskParams_compareEqual(const kip_filterMaskParams* a, con
 /* The library's shared default record (not a copy): sample factors 1, sigmas 0, scale 1, 8-bit results. Do not write to
  * it. */
 const ksGaussParams* ksGaussParamsNull(void);
-/* 1 when a smoothing with these parameters would change nothing: sample factors 1, sigmas 0, scale 1, 8-bit results. */
+/* 1 when a smoothing with these parameters would change nothing: sample factors 1, sigmas 0, scale 1, 8-bit results (a
+ * null dstTemplate stands for &ksImageNull); else 0. */
 int32_t kfGaussNullParams(const ksGaussParams* params);
 
 KSYS_DECLARATIONS_END

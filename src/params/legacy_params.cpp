@@ -36,8 +36,9 @@ const ksGaussParams* ksGaussParamsNull() {
 
 int32_t kfGaussNullParams(const ksGaussParams* params) {
   kip::check(params != nullptr);
+  const ksVImage* const dstTemplate = params->dstTemplate != nullptr ? params->dstTemplate : &ksImageNull;
   return params->xSample == 1 && params->ySample == 1 && params->xSigma == 0 && params->ySigma == 0 &&
-         params->scale == 1.0f && ksVImageType(params->dstTemplate) == 0;
+         params->scale == 1.0f && ksVImageType(dstTemplate) == 0;
 }
 
 ksys_status kip::makeLegacyParams(const kip_gaussParams& params, const ksVImage& dstTemplate, ksGaussParams& legacy) {

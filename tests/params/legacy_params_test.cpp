@@ -28,6 +28,7 @@ TEST(LegacyParams, NullParamsLookAtWhatChangesPixels) {
       {0, [](auto& p) { p.ySigma = 1; }},
       {0, [](auto& p) { p.scale = 0.5f; }},
       {0, [](auto& p) { p.dstTemplate = &ksUSImageNull; }},
+      {1, [](auto& p) { p.dstTemplate = nullptr; }},
   };
   for (const auto& test : cases) {
     ksGaussParams params = *ksGaussParamsNull();
