@@ -4,8 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <deque>
 
 #include "host/records.hpp"
+#include "kip/host/kimg.h"
+#include "support/host_seams.hpp"
+#include "support/random.hpp"
 
 namespace {
 
@@ -116,6 +120,98 @@ TEST(Handle, NonLinearOnesComposeDifferentiateAndLetGoOnce) {
   EXPECT_EQ(releases, 0);
   kmath_xformPtrhConst_destruct(&out);
   kmath_xformPtrhConst_destruct(&out);
+  EXPECT_EQ(releases, 1);
+}
+
+// The inverse, as an image gives it.
+void assignInverse(kmath_xformPtrhConst& inverse, const kmath_xformPtrhConst& handle) {
+  kimg_image image;
+  kimg_image_constructUnbound(&image);
+  EXPECT_EQ(kimg_image_setClientFromImageXform(&image, &handle), 0);
+  EXPECT_EQ(kimg_imageConst_getImageFromClientXform(&image, &inverse), 0);
+  kimg_image_destruct(&image);
+}
+
+// Draws a chain that grows at both ends, keeps its steps in a list and applies both.
+TEST(Handle, CompositionsAreTheirStepsInOrder) {
+  const auto swap = [](void*, const double in[2], double out[2]) { out[0] = in[1], out[1] = in[0] + 1; };
+  const auto unswap = [](void*, const double in[2], double out[2]) { out[0] = in[1] - 1, out[1] = in[0]; };
+  const kmath_xformLinear larger{3, -1, 2, 0, 0, 4}, smaller{-1, 5, 0.5, 0, 0, 0.25};
+  kmath_xformPtrhConst kinds[3], inverse;  // all exact
+  ASSERT_EQ(kmath_xformPtrhConst_constructFunction(&kinds[0], swap, unswap, nullptr, nullptr), 0);
+  kmath_xformPtrhConst_constructLinear(&kinds[1], &larger);
+  kmath_xformPtrhConst_constructLinear(&kinds[2], &smaller);
+  kmath_xformPtrhConst_construct(&inverse);
+  kiptest::Random random(3);
+  for (int chain = 0; chain < 200; ++chain) {
+    kmath_xformPtrhConst whole;
+    kmath_xformPtrhConst_construct(&whole);
+    std::deque<const kmath_xformPtrhConst*> steps;  // the first one applied first
+    for (int length = random.between(1, 12); length > 0; --length) {
+      const auto* const step = &kinds[random.between(0, 2)];
+      if (random.chance(2)) {
+        ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&whole, step, &whole), 0);
+        steps.push_back(step);
+      } else {
+        ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&whole, &whole, step), 0);
+        steps.push_front(step);
+      }
+    }
+    if (random.chance(3)) {  // two copies
+      ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&whole, &whole, &whole), 0);
+      steps.insert(steps.end(), steps.begin(), steps.end());
+    }
+    std::pair expected{3.0, -7.0};
+    for (const auto* step : steps) expected = mapped(*step, expected.first, expected.second);
+    EXPECT_EQ(mapped(whole, 3, -7), expected) << chain;
+    assignInverse(inverse, whole);
+    EXPECT_EQ(mapped(inverse, expected.first, expected.second), std::pair(3.0, -7.0)) << chain;
+    kmath_xformPtrhConst_destruct(&whole);
+  }
+  for (auto* handle : {&kinds[0], &kinds[1], &kinds[2], &inverse}) kmath_xformPtrhConst_destruct(handle);
+}
+
+TEST(Handle, ChainsOfAnyLength) {
+  constexpr int many = 300000;
+  int releases = 0;
+  const auto up = [](void*, const double in[2], double out[2]) { out[0] = in[0] + 1, out[1] = in[1]; };
+  const auto down = [](void*, const double in[2], double out[2]) { out[0] = in[0] - 1, out[1] = in[1]; };
+  const auto count = [](void* releasesOf) { ++*static_cast<int*>(releasesOf); };
+  kmath_xformPtrhConst step, chain;
+  ASSERT_EQ(kmath_xformPtrhConst_constructFunction(&step, up, down, &releases, count), 0);
+  const kmath_xformLinear shift{0, 1, 1, 0, 0, 1};
+  for (const bool atOuterEnd : {false, true}) {
+    kmath_xformPtrhConst_construct(&chain);
+    for (int i = 0; i < many; ++i) {
+      ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&chain, atOuterEnd ? &step : &chain, atOuterEnd ? &chain : &step),
+                0);
+    }
+    EXPECT_EQ(mapped(chain, 0, 0), std::pair(double{many}, 0.0));
+    assignInverse(chain, chain);
+    EXPECT_EQ(mapped(chain, 0, 0), std::pair(-double{many}, 0.0));
+    {
+      const kiptest::AllocationProbe probe(1);
+      double point[2] = {5, 6};
+      EXPECT_EQ(kmath_xformPtrhConst_mapPoint(&chain, point, point), probe.failure());
+      EXPECT_EQ(std::pair(point[0], point[1]), std::pair(5.0, 6.0));
+    }
+    kmath_xformPtrhConst_destruct(&chain);
+  }
+  // linear ones at both ends stay one each: not deep
+  kmath_xformPtrhConst_construct(&chain);
+  ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&chain, &chain, &step), 0);
+  kmath_xformPtrhConst linear;
+  kmath_xformPtrhConst_constructLinear(&linear, &shift);
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_EQ(kmath_xformPtrhConst_assignCompose(&chain, &linear, &chain), 0);
+    ASSERT_EQ(kmath_xformPtrhConst_assignComposePtrhLinear(&chain, &chain, &shift), 0);
+  }
+  const kiptest::AllocationProbe probe;
+  EXPECT_EQ(mapped(chain, 0, 0), std::pair(1.0, 200.0));
+  EXPECT_EQ(probe.count(), 0);
+  for (auto* handle : {&chain, &linear}) kmath_xformPtrhConst_destruct(handle);
+  EXPECT_EQ(releases, 0);
+  kmath_xformPtrhConst_destruct(&step);
   EXPECT_EQ(releases, 1);
 }
 

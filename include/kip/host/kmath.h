@@ -55,10 +55,12 @@ ksys_status kmath_xformPtrhConst_constructFunction(kmath_xformPtrhConst* handle,
 void kmath_xformPtrhConst_destruct(kmath_xformPtrhConst* handle);
 ksys_status kmath_xformPtrhConst_getIsLinear(const kmath_xformPtrhConst* handle, int32_t* isLinear);
 /* The linear transform that agrees with the handle's in value and slope at `point`; a linear handle's own, unchanged.
- */
+ * Fails only of a composition of more than 16 and when memory is short, *linear unchanged; so does mapPoint. */
 ksys_status kmath_xformPtrhConst_getLinear(const kmath_xformPtrhConst* handle, const double point[2],
                                            kmath_xformLinear* linear);
-/* out(p) = a(b(p)); `out` is assigned and may be a or b. Two linear transforms give a linear one. */
+/* out(p) = a(b(p)); `out` is assigned and may be a or b; it stays as it is on failure. Linear transforms that meet
+ * become one, so that a transform may be composed with linear ones without end; others may be composed as long as
+ * memory lasts, since nothing recurses over them. */
 ksys_status kmath_xformPtrhConst_assignCompose(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
                                                const kmath_xformPtrhConst* b);
 ksys_status kmath_xformPtrhConst_assignComposePtrhLinear(kmath_xformPtrhConst* out, const kmath_xformPtrhConst* a,
