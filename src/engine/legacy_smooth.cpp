@@ -66,9 +66,11 @@ class Output {
     return waitingRow(index);
   }
 
-  void finish() const {
+  // The rows that still wait; then the small image goes, before anything else is freed.
+  void finish() {
     if (waiting_ == nullptr) return;
     for (int64_t index = std::max<int64_t>(y_.size - delay_, 0); index < y_.size; ++index) release(index);
+    waiting_.reset();
   }
 
  private:
@@ -106,7 +108,7 @@ class MultiPassSmoother {
     return sums_ != nullptr && running_ != nullptr && taps_ != nullptr;
   }
 
-  void run(const Output& output, bool peakNormalize) {
+  void run(Output& output, bool peakNormalize) {
     std::fill_n(sums_.get(), sumCount_, 0.0);
     double weight = 1.0;
     for (int64_t i = 0; i <= passes_; ++i) {

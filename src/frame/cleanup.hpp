@@ -32,10 +32,11 @@ class Cleanup {
   // in that record.
   void pushKeptMemory(void** block) { push(ksys_cleanupKeptMemory, block, ksys_memory_free_internal); }
   // A constructed object, which outlives the call of withCleanup, with its destruct operation:
-  // pushObject<kimg_image_destruct>(&image).
+  // pushObject<kimg_image_destruct>(&image). The entry holds the operation itself, by which a host knows the object's
+  // type; the host's executor calls it as a function of a void *.
   template <auto Destruct, typename Object>
   void pushObject(Object* object) {
-    push(ksys_cleanupObject, object, [](void* address) { Destruct(static_cast<Object*>(address)); });
+    push(ksys_cleanupObject, object, reinterpret_cast<ksys_destructor>(static_cast<void (*)(Object*)>(Destruct)));
   }
   // Runs the destructor of the newest entry now. The status may become a failure.
   void releaseTop(ksys_status& status) {

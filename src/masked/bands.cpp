@@ -28,13 +28,14 @@ ksys_status cutBand(const gauss_bandParams& request, const kstd_rect32& source, 
   band = request;
   band.band.y = static_cast<int32_t>(request.band.y + start);
   band.band.height = static_cast<int32_t>(height);
+  ksys_status status = pointTo(band.band, band.dst, band.dstMask);
+  if (failed(status)) return status;
   kstd_rect32 rows;
   kstd_rect32 planeRows;
   const auto startRow = static_cast<int32_t>(start * request.params.ySample);
-  ksys_status status = gauss_computeSrcRectsFromDstRect(&request.params, &source, &request.padding, &band.band,
-                                                        startRow, &rows, &planeRows);
+  status = gauss_computeSrcRectsFromDstRect(&request.params, &source, &request.padding, &band.band, startRow, &rows,
+                                            &planeRows);
   if (failed(status)) return status;
-  if (failed(status = pointTo(band.band, band.dst, band.dstMask))) return status;
   if (failed(status = pointTo(rows, band.src, band.srcMask, band.sampleMask))) return status;
   return pointTo(planeRows, band.imagePlane, band.maskPlane);
 }

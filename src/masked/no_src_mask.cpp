@@ -7,7 +7,6 @@
 #include "kip/gauss.h"
 #include "kip/geometry.h"
 #include "kip/host/kpel.h"
-#include "masked/extend_rows.hpp"
 #include "masked/generic.hpp"
 #include "masked/plane.hpp"
 #include "masked/saturate.hpp"
@@ -56,23 +55,25 @@ ksys_status smoothUnmasked(const MaskedWindows& windows, const kip_gaussParams& 
   return failed(status) ? status : applySampleMask<uint8_t, Dst>(windows, params);
 }
 
-// The portable form for 16-bit sources, on a finished image plane: the mask plane counts every row, also those that are
-// 0 since no reflection supplies them.
-ksys_status smoothAllValid(const PreparedRequest& request, const kip_gaussParams& params,
-                           const kimg_window16& imagePlane) {
+// The portable form for 16-bit sources: the mask plane counts every row, also those that are 0 since no reflection
+// supplies them.
+ksys_status smoothAllValid(const PreparedRequest& request, const kip_gaussParams& params) {
   // what the clean-up stack refers to outlives it
-  kimg_image srcMask;
-  kimg_image maskPlane;
-  return withCleanup<2>([&](Cleanup& cleanup) -> ksys_status {
+  kimg_image16 imagePlane;
+  kimg_image8 srcMask;
+  kimg_image8 maskPlane;
+  return withCleanup<3>([&](Cleanup& cleanup) -> ksys_status {
+    kimg_window16 image;
     kimg_window8 valid;
     kimg_window8 ones;
-    ksys_status status = constructImage<uint8_t>(cleanup, srcMask, request.source);
+    ksys_status status = makeExtendedPlane<uint16_t>(cleanup, imagePlane, request, image);
     if (failed(status)) return status;
+    if (failed(status = constructImage<uint8_t>(cleanup, srcMask, request.source))) return status;
     if (failed(status = kimg_window8_init(&valid, &srcMask))) return status;
     if (failed(status = kip_pelSetWindow8(&valid, 255))) return status;
     if (failed(status = constructPlane<uint8_t>(cleanup, maskPlane, request, ones))) return status;
     if (failed(status = kip_pelSetWindow8(&ones, 1))) return status;
-    gauss_bandParams band = wholeRequest(request, params, imagePlane, ones);
+    gauss_bandParams band = wholeRequest(request, params, image, ones);
     band.srcMask = asConst(valid);
     band.params.filterMask.useCoverage = 0;
     return gauss_smoothMaskedGeneric16(band);
@@ -90,19 +91,12 @@ ksys_status gauss_smoothWindow_noSrcMask8_16(const PreparedRequest& request, con
 }
 
 ksys_status gauss_smoothWindow_noSrcMask16_16(const PreparedRequest& request, const kip_gaussParams& params) {
-  kimg_image plane;  // outlives the clean-up stack
-  return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
-    kimg_window16 image;
-    const ksys_status status = makePlane<uint16_t>(cleanup, plane, request.windows.src, request, image);
-    if (failed(status)) return status;
-    extendRows<uint16_t>(image, request.padding);
-    const auto vectorised = [&] {
-      const ksys_status smoothed = gauss_smoothAllVec16(wholeRequest(request, params, image, {}));
-      return failed(smoothed) ? smoothed : applySampleMask<uint16_t, uint16_t>(request.windows, params);
-    };
-    return runOptimized(L"gauss_smoothWindow_noSrcMask16_16", vectorised,
-                        [&] { return smoothAllValid(request, params, image); });
-  });
+  const auto vectorised = [&] {
+    const ksys_status status = gauss_smoothAllVec16(request, params);
+    return failed(status) ? status : applySampleMask<uint16_t, uint16_t>(request.windows, params);
+  };
+  return runOptimized(L"gauss_smoothWindow_noSrcMask16_16", vectorised,
+                      [&] { return smoothAllValid(request, params); });
 }
 
 }  // namespace kip

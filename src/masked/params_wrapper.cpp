@@ -20,9 +20,7 @@ void gauss_paramsWrapper_destruct(gauss_paramsWrapper* wrapper) {
 
 void pushWrapper(Cleanup& cleanup, gauss_paramsWrapper& wrapper) {
   ksys_typeCheck_gauss_paramsWrapper(&wrapper);
-  // the hook takes an address of any kind: that of a variable which holds the function's
-  const auto destruct = gauss_paramsWrapper_destruct;
-  ksys_typeCheckFunc_gauss_paramsWrapper(&destruct);
+  ksys_typeCheckFunc_gauss_paramsWrapper(reinterpret_cast<const void*>(gauss_paramsWrapper_destruct));
   cleanup.pushObject<gauss_paramsWrapper_destruct>(&wrapper);
 }
 

@@ -4,6 +4,7 @@
 #include "api/destination.hpp"
 #include "frame/images.hpp"
 #include "masked/band.hpp"
+#include "masked/extend_rows.hpp"
 #include "masked/prepare.hpp"
 
 namespace kip {
@@ -24,6 +25,15 @@ template <typename Pixel>
   const ksys_status status = constructPlane<Pixel>(cleanup, image, request, plane);
   if (failed(status)) return status;
   return sizeof(Pixel) == 1 ? kip_pelCopyWindow8(&from, &plane) : kip_pelCopyWindow16(&from, &plane);
+}
+
+// The plane of the source's pixels with its padded rows filled.
+template <typename Pixel>
+[[nodiscard]] ksys_status makeExtendedPlane(Cleanup& cleanup, kimg_image& image, const PreparedRequest& request,
+                                            kimg_window& plane) {
+  const ksys_status status = makePlane<Pixel>(cleanup, image, request.windows.src, request, plane);
+  if (!failed(status)) extendRows<Pixel>(plane, request.padding);
+  return status;
 }
 
 // The request on its planes, as one band.

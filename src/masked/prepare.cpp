@@ -48,9 +48,9 @@ ksys_status gauss_prepareMaskedWindows(const MaskedWindows& windows, const kip_g
 
   prepared.windows = windows;
   MaskedWindows& clipped = prepared.windows;
+  if (failed(status = pointTo(prepared.destination, clipped.dst))) return status;
   status = pointTo(prepared.source, clipped.src, clipped.srcMask, clipped.sampleMask);
-  if (failed(status)) return status;
-  return pointTo(prepared.destination, clipped.dst, clipped.dstMask);
+  return failed(status) ? status : pointTo(prepared.destination, clipped.dstMask);
 }
 
 }  // namespace kip

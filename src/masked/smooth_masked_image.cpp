@@ -81,7 +81,9 @@ ksys_status smoothMaskedImage(WindowFunction smoothWindow, const kimg_image* src
   PreparedRequest request;
   if (failed(status = gauss_prepareMaskedWindows(windows, *params, request))) return status;
   if (request.empty) return 0;
-  status = smoothWindow(&windows.src, &windows.srcMask, &windows.sampleMask, params, &windows.dst, &windows.dstMask);
+  const auto present = [](const auto& mask) { return mask.bound != 0 ? &mask : nullptr; };
+  status = smoothWindow(&windows.src, present(windows.srcMask), present(windows.sampleMask), params, &windows.dst,
+                        present(windows.dstMask));
   if (failed(status)) return status;
   return gauss_udpateDstXform(src, params, dst, dstMask);
 }

@@ -3,6 +3,7 @@
 
 #include "frame/status.hpp"
 #include "masked/band.hpp"
+#include "masked/prepare.hpp"
 
 namespace kip {
 
@@ -12,9 +13,9 @@ namespace kip {
 [[nodiscard]] ksys_status gauss_smoothMaskedVec8_16(const gauss_bandParams& band);
 [[nodiscard]] ksys_status gauss_smoothMaskedVec16(const gauss_bandParams& band);
 
-// The same for a 16-bit request in which every pixel counts: writes the destination alone, from the image plane. The
-// band's masks are not looked at.
-[[nodiscard]] ksys_status gauss_smoothAllVec16(const gauss_bandParams& band);
+// The same for a 16-bit request in which every pixel counts: writes the destination alone; masks are not looked at.
+// What it does not serve it says before it builds the image plane.
+[[nodiscard]] ksys_status gauss_smoothAllVec16(const PreparedRequest& request, const kip_gaussParams& params);
 
 // The vectorised form of the set-mask step, which has nothing to do; statusFallback without 128-bit integer vectors.
 [[nodiscard]] ksys_status gauss_setMaskVec();

@@ -13,7 +13,7 @@ ksys_status gauss_smoothMaskedVec8_16(const gauss_bandParams&) {
 ksys_status gauss_smoothMaskedVec16(const gauss_bandParams&) {
   return statusFallback;
 }
-ksys_status gauss_smoothAllVec16(const gauss_bandParams&) {
+ksys_status gauss_smoothAllVec16(const PreparedRequest&, const kip_gaussParams&) {
   return statusFallback;
 }
 ksys_status gauss_setMaskVec() {

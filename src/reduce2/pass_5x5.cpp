@@ -8,51 +8,57 @@ namespace kip {
 
 namespace {
 
-template <typename Pixel>
-ksys_status smooth5x5(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
+// `select`, here and below: the row kernels, or a refusal.
+template <typename Pixel, typename Select>
+ksys_status smooth5x5(const KernelCall<Pixel>& call, const Select& select) {
   Buffer<Sum<Pixel>> block;
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    const RowKernels<Pixel>* rows = nullptr;
+    ksys_status status = select(rows);
+    if (failed(status)) return status;
     Sum<Pixel>* lines[5];
-    const ksys_status status = allocateLines(cleanup, block, call.width, lines);
-    return failed(status) ? status : runRing<1>(call, rows.smooth, lines);
+    status = allocateLines(cleanup, block, call.width, lines);
+    return failed(status) ? status : runRing<1>(call, rows->smooth, lines);
   });
 }
 
 template <typename Pixel>
 ksys_status smooth5x5Vec(const KernelCall<Pixel>& call) {
-  if (!hasVectorRows() || call.width <= 2) return statusFallback;
-  const RowKernels<Pixel>* rows = nullptr;
-  const ksys_status status = selectRows(rows);
-  return failed(status) ? status : smooth5x5(call, *rows);
+  return smooth5x5(call, [&call](const RowKernels<Pixel>*& rows) {
+    return !hasVectorRows() || call.width <= 2 ? statusFallback : selectRows(rows);
+  });
 }
 
-template <typename Pixel>
-ksys_status smoothMasked5x5(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
+template <typename Pixel, typename Select>
+ksys_status smoothMasked5x5(const KernelCall<Pixel>& call, const Select& select) {
   Buffer<uint32_t> block;
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    const RowKernels<Pixel>* rows = nullptr;
+    ksys_status status = select(rows);
+    if (failed(status)) return status;
     MaskedLine lines[5];
     uint16_t* scratch = nullptr;
     const int64_t scratchWords = maskedScratch<Pixel>(call.width);
-    const ksys_status status = allocateLines(cleanup, block, call.width, scratchWords, lines, scratch);
-    return failed(status) ? status : runRing<1>(call, rows.maskedSmooth, lines, scratch);
+    status = allocateLines(cleanup, block, call.width, scratchWords, lines, scratch);
+    return failed(status) ? status : runRing<1>(call, rows->maskedSmooth, lines, scratch);
   });
 }
 
 template <typename Pixel>
 ksys_status smoothMasked5x5Vec(const KernelCall<Pixel>& call) {
-  const RowKernels<Pixel>* rows = nullptr;
-  const ksys_status status = selectMaskedRows(rows);
-  if (failed(status)) return status;
-  return call.height < 5 ? statusFallback : smoothMasked5x5(call, *rows);
+  return smoothMasked5x5(call, [&call](const RowKernels<Pixel>*& rows) {
+    const ksys_status status = selectMaskedRows(rows);
+    return failed(status) || call.height >= 5 ? status : statusFallback;
+  });
 }
 
 }  // namespace
 
 ksys_status gauss2_smooth5x5_8(const KernelCall<uint8_t>& call) {
-  return smooth5x5(call, portableRows<uint8_t>());
+  return smooth5x5(call, selectPortableRows<uint8_t>);
 }
 ksys_status gauss2_smooth5x5_16(const KernelCall<uint16_t>& call) {
-  return smooth5x5(call, portableRows<uint16_t>());
+  return smooth5x5(call, selectPortableRows<uint16_t>);
 }
 ksys_status gauss2_smooth5x5Vec8(const KernelCall<uint8_t>& call) {
   return smooth5x5Vec(call);
@@ -61,10 +67,10 @@ ksys_status gauss2_smooth5x5Vec16(const KernelCall<uint16_t>& call) {
   return smooth5x5Vec(call);
 }
 ksys_status gauss2_smoothMasked5x5_8(const KernelCall<uint8_t>& call) {
-  return smoothMasked5x5(call, portableRows<uint8_t>());
+  return smoothMasked5x5(call, selectPortableRows<uint8_t>);
 }
 ksys_status gauss2_smoothMasked5x5_16(const KernelCall<uint16_t>& call) {
-  return smoothMasked5x5(call, portableRows<uint16_t>());
+  return smoothMasked5x5(call, selectPortableRows<uint16_t>);
 }
 ksys_status gauss2_smoothMasked5x5Vec8(const KernelCall<uint8_t>& call) {
   return smoothMasked5x5Vec(call);

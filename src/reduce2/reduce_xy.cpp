@@ -16,9 +16,9 @@ bool isEmpty(const KernelCall<Pixel>& call) {
 
 template <typename Pixel>
 ksys_status reduceXY(const KernelCall<Pixel>& call) {
-  if (isEmpty(call)) return 0;
   HostVector<Sum<Pixel>> buffers[5];
   return withCleanup<5>([&](Cleanup& cleanup) -> ksys_status {
+    if (isEmpty(call)) return 0;
     Sum<Pixel>* lines[5];
     for (int k = 0; k < 5; ++k) {
       const ksys_status status = buffers[k].constructFill(cleanup, call.width / 2, lines[k]);
@@ -31,10 +31,10 @@ ksys_status reduceXY(const KernelCall<Pixel>& call) {
 // All lines in one block; the hook for 8-bit pixels serves every processor.
 template <typename Pixel>
 ksys_status reduceXYVec(const KernelCall<Pixel>& call) {
-  if (!hasVectorRows() || call.width <= 2) return statusFallback;
-  if (isEmpty(call)) return 0;
   Buffer<Sum<Pixel>> block;
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
+    if (!hasVectorRows() || call.width <= 2) return statusFallback;
+    if (isEmpty(call)) return 0;
     const RowKernels<Pixel>* rows = nullptr;
     ksys_status status = 0;
     if constexpr (sizeof(Pixel) == 2) {
@@ -49,32 +49,33 @@ ksys_status reduceXYVec(const KernelCall<Pixel>& call) {
   });
 }
 
-template <typename Pixel>
-ksys_status reduceMaskedXY(const KernelCall<Pixel>& call, const RowKernels<Pixel>& rows) {
-  if (isEmpty(call)) return 0;
+// `select`: the row kernels, or a refusal.
+template <typename Pixel, typename Select>
+ksys_status reduceMaskedXY(const KernelCall<Pixel>& call, const Select& select) {
   HostVector<uint32_t> values[5];
   HostVector<uint16_t> weights[5];
   HostVector<uint16_t> scratch;
   return withCleanup<11>([&](Cleanup& cleanup) -> ksys_status {
+    const RowKernels<Pixel>* rows = nullptr;
+    ksys_status status = select(rows);
+    if (failed(status) || isEmpty(call)) return status;
     const int64_t count = linePitch(call.width / 2);
     MaskedLine lines[5];
-    ksys_status status = 0;
     for (int k = 0; k < 5; ++k) {
       if (failed(status = values[k].constructFill(cleanup, count, lines[k].values))) return status;
       if (failed(status = weights[k].constructFill(cleanup, count, lines[k].weights))) return status;
     }
     uint16_t* scratchLine = nullptr;
     if (failed(status = scratch.construct(cleanup, maskedScratch<Pixel>(call.width), scratchLine))) return status;
-    return runRing<2>(call, rows.maskedReduce, lines, scratchLine);
+    return runRing<2>(call, rows->maskedReduce, lines, scratchLine);
   });
 }
 
 template <typename Pixel>
 ksys_status reduceMaskedXYVec(const KernelCall<Pixel>& call) {
-  if (call.dstMask == nullptr || call.width <= 2) return statusFallback;
-  const RowKernels<Pixel>* rows = nullptr;
-  const ksys_status status = selectMaskedRows(rows);
-  return failed(status) ? status : reduceMaskedXY(call, *rows);
+  return reduceMaskedXY(call, [&call](const RowKernels<Pixel>*& rows) {
+    return call.dstMask == nullptr || call.width <= 2 ? statusFallback : selectMaskedRows(rows);
+  });
 }
 
 }  // namespace
@@ -92,10 +93,10 @@ ksys_status gauss2_reduceXYVec16(const KernelCall<uint16_t>& call) {
   return reduceXYVec(call);
 }
 ksys_status gauss2_reduceMaskedXY8(const KernelCall<uint8_t>& call) {
-  return reduceMaskedXY(call, portableRows<uint8_t>());
+  return reduceMaskedXY(call, selectPortableRows<uint8_t>);
 }
 ksys_status gauss2_reduceMaskedXY16(const KernelCall<uint16_t>& call) {
-  return reduceMaskedXY(call, portableRows<uint16_t>());
+  return reduceMaskedXY(call, selectPortableRows<uint16_t>);
 }
 ksys_status gauss2_reduceMaskedXYVec8(const KernelCall<uint8_t>& call) {
   return reduceMaskedXYVec(call);

@@ -76,6 +76,8 @@ void ksys_memory_setHandler(ksys_memoryHandler handler, void* context);
 
 /* ---- clean-up stacks ---- */
 
+/* Of a memory entry ksys_memory_free_internal, of an object entry the object's destruct operation (kimg_image_destruct
+ * ...) as it is: whoever runs it calls it with the object's address. */
 typedef void (*ksys_destructor)(void* object);
 
 enum {
