@@ -5,10 +5,11 @@
  *
  * Every function returns 0 or the first failure of the host: of its images and windows, of memory, or of the attention
  * check, which is polled every 64 rows; rows written before stay written. Null arguments (but for those said to be
- * optional), windows of another pixel size than the name's, odd or negative radii and unpaired transforms are argument
- * checks. An unbound source, and a destination that does not meet what the source supplies, are no failure: no pixel is
- * written. Source and destination must not share pixels: the pixels are then unspecified, and nothing else is touched.
- * Everything runs on the calling thread. */
+ * optional), odd or negative radii and unpaired transforms are argument checks. Pixels of another size than the name's
+ * are KSYS_STATUS_BAD_ARGUMENT, except where the name's are 8 bits of a destination, or of a mask's window: 16-bit ones
+ * are taken for bytes there. An unbound source, and a destination that does not meet what the source supplies, are no
+ * failure: no pixel is written. Source and destination must not share pixels: the pixels are then unspecified, and
+ * nothing else is touched. Everything runs on the calling thread. */
 #ifndef KIP_GAUSS2_H
 #define KIP_GAUSS2_H
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "frame/status.hpp"
@@ -30,17 +31,9 @@ struct DestinationOf<uint16_t> {
   static constexpr auto fromWindow = generate_ksUSImage_from_kimg_windowConst;
 };
 
+// The two kinds of window are one record but for the pixels' constness.
 [[nodiscard]] inline kimg_windowConst asConst(const kimg_window& window) {
-  return {.width = window.width,
-          .height = window.height,
-          .x = window.x,
-          .y = window.y,
-          .image = window.image,
-          .stride = window.stride,
-          .pixelBytes = window.pixelBytes,
-          .pixels = window.pixels,
-          .bound = window.bound,
-          .reserved = window.reserved};
+  return std::bit_cast<kimg_windowConst>(window);
 }
 
 // Refuses windows that share pixels. That both begin at the same pixel is tested again, for hosts whose own check lets

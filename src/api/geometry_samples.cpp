@@ -18,7 +18,6 @@ ksys_status gauss_pelCopySampledWindow8(const kimg_window8Const* src, const int3
   check(sample[0] >= 1 && sample[1] >= 1 && offset[0] >= 0 && offset[1] >= 0);
   check(src->width > (int64_t{dst->width} - 1) * sample[0] + offset[0]);
   check(src->height > (int64_t{dst->height} - 1) * sample[1] + offset[1]);
-  check(src->pixelBytes == 1 && dst->pixelBytes == 1);
   for (int64_t v = 0; v < dst->height; ++v) {
     const uint8_t* const from = kip::rowOf<uint8_t>(*src, offset[1] + v * sample[1]) + offset[0];
     uint8_t* const to = kip::rowOf<uint8_t>(*dst, v);

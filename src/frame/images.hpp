@@ -14,14 +14,28 @@ struct ImageOf;
 template <>
 struct ImageOf<uint8_t> {
   static constexpr auto construct = kimg_image8_construct;
+  static constexpr auto getWindowConst = kimg_window8Const_getWindow;
+  static constexpr auto getWindow = kimg_window_getWindow;  // for 8 bits there is none of its own
   static constexpr auto typeCheck = ksys_typeCheck_kimg_image8;
 };
 
 template <>
 struct ImageOf<uint16_t> {
   static constexpr auto construct = kimg_image16_construct;
+  static constexpr auto getWindowConst = kimg_window16Const_getWindow;
+  static constexpr auto getWindow = kimg_window16_getWindow;
   static constexpr auto typeCheck = ksys_typeCheck_kimg_image16;
 };
+
+// The rectangle of a window that the caller says is one of these pixels: the host may know better and refuse it.
+template <typename Pixel>
+[[nodiscard]] ksys_status getWindow(const kimg_windowConst& window, kstd_rect32& rect) {
+  return ImageOf<Pixel>::getWindowConst(&window, &rect);
+}
+template <typename Pixel>
+[[nodiscard]] ksys_status getWindow(const kimg_window& window, kstd_rect32& rect) {
+  return ImageOf<Pixel>::getWindow(&window, &rect);
+}
 
 // A new image over exactly that rectangle, which lives until the end of the call.
 template <typename Pixel>

@@ -53,7 +53,7 @@ void bind(kimg_image& image, const Binding& binding) {
 // `allocate`: of the memory, with the pixels 0 or not.
 ksys_status bindNew(kimg_image& image, const kstd_rect32& rect, int32_t pixelBytes,
                     ksys_status (*allocate)(uint64_t, void**)) {
-  if (pixelBytes != 1 && pixelBytes != 2) return KSYS_STATUS_BAD_ARGUMENT;
+  if (!kiphost::isPixelSize(pixelBytes)) return KSYS_STATUS_BAD_ARGUMENT;
   const int64_t rowBytes = kiphost::ownRowBytes(rect.width, pixelBytes);
   if (!kiphost::isRepresentable(rect) || rowBytes > INT32_MAX) return KSYS_STATUS_BAD_ARGUMENT;
   Binding binding{rect, static_cast<int32_t>(rowBytes / pixelBytes), pixelBytes, nullptr, nullptr, 1};

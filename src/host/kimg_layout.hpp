@@ -12,6 +12,10 @@ namespace kiphost {
 
 inline constexpr int64_t kRowAlignment = 64;
 
+constexpr bool isPixelSize(int32_t bytes) {
+  return bytes == 1 || bytes == 2;
+}
+
 // Whether the sizes are no less than 0 and the rectangle's end fits in 32 bits.
 template <class Rect>
 constexpr bool isRepresentable(const Rect& r) {

@@ -63,15 +63,27 @@ ksys_status getWindow(const Window& window, kstd_rect32* rect) {
   return 0;
 }
 
+// The same of a window of these pixels.
+template <class Pixel, class Window>
+ksys_status getWindow(const Window& window, kstd_rect32* rect) {
+  const bool others = window.bound != 0 && window.pixelBytes != int32_t{sizeof(Pixel)};
+  return others ? KSYS_STATUS_BAD_ARGUMENT : getWindow(window, rect);
+}
+
+// Whether the record is as the operations of this file leave one, as against filled by hand.
+template <class Window>
+bool isOurs(const Window& window) {
+  return kiphost::isPixelSize(window.pixelBytes) && kiphost::hasUsableStride(window) &&
+         kiphost::encloses(window.image, windowOf(window));
+}
+
 template <class Window>
 ksys_status pointTo(Window& window, const kstd_rect32& rect) {
-  if (window.bound == 0) return KSYS_STATUS_NOT_BOUND;
   if (rect.width < 0 || rect.height < 0 || !kiphost::encloses(window.image, rect)) return KSYS_STATUS_OUTSIDE_IMAGE;
   if (isNull(rect)) {
     window = {};
     return 0;
   }
-  if (!kiphost::hasUsableStride(window)) return KSYS_STATUS_BAD_ARGUMENT;
   window.pixels = kiphost::moved(window.pixels, int64_t{rect.x} - window.x, int64_t{rect.y} - window.y,
                                  window.pixelBytes, int64_t{window.stride} * window.pixelBytes);
   window.width = rect.width;
@@ -83,7 +95,8 @@ ksys_status pointTo(Window& window, const kstd_rect32& rect) {
 
 template <class Window>
 ksys_status windowRect(Window& window, const kstd_rect32& rect, int32_t* flag) {
-  const ksys_status status = pointTo(window, rect);
+  if (window.bound != 0 && !isOurs(window)) return KSYS_STATUS_BAD_ARGUMENT;
+  const ksys_status status = window.bound != 0 ? pointTo(window, rect) : KSYS_STATUS_NOT_BOUND;
   if (flag == nullptr) return status;
   *flag = status != 0;
   return 0;
@@ -154,15 +167,15 @@ ksys_status kimg_windowConst_getWindow(const kimg_windowConst* window, kstd_rect
 }
 
 ksys_status kimg_window8Const_getWindow(const kimg_window8Const* window, kstd_rect32* rect) {
-  return getWindow(*window, rect);
+  return getWindow<uint8_t>(*window, rect);
 }
 
 ksys_status kimg_window16Const_getWindow(const kimg_window16Const* window, kstd_rect32* rect) {
-  return getWindow(*window, rect);
+  return getWindow<uint16_t>(*window, rect);
 }
 
 ksys_status kimg_window16_getWindow(const kimg_window16* window, kstd_rect32* rect) {
-  return getWindow(*window, rect);
+  return getWindow<uint16_t>(*window, rect);
 }
 
 ksys_status kimg_window_windowRect(kimg_window* window, const kstd_rect32* rect, int32_t* flag) {

@@ -56,7 +56,10 @@ ksys_status copyCommon(const kimg_windowConst& src, const kimg_window& dst, int3
 
 ksys_status kip_pelfunc_checkMemoryOverlap(const kimg_windowConst* a, const kimg_windowConst* b) {
   if (isNull(windowOf(*a)) || isNull(windowOf(*b))) return 0;
-  if (!kiphost::hasUsableStride(*a) || !kiphost::hasUsableStride(*b)) return KSYS_STATUS_BAD_ARGUMENT;
+  for (const kimg_windowConst* const window : {a, b}) {
+    if (!kiphost::isPixelSize(window->pixelBytes) || !kiphost::hasUsableStride(*window))
+      return KSYS_STATUS_BAD_ARGUMENT;
+  }
   const bool fewerInA = a->height <= b->height;
   return overlap(Rows(fewerInA ? *a : *b), Rows(fewerInA ? *b : *a)) ? KSYS_STATUS_MEMORY_OVERLAP : 0;
 }

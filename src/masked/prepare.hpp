@@ -20,7 +20,9 @@ struct PreparedRequest {
   kstd_rect32 source, destination, mirror, padding, needed;
 };
 
-// Clips the windows to the pixels that the request reads and writes. `src` and `dst` must refer to pixels.
+// Clips the windows to the pixels that the request reads and writes. `src` and `dst` must refer to pixels, which the
+// caller says are those of Src and Dst.
+template <typename Src, typename Dst>
 [[nodiscard]] ksys_status gauss_prepareMaskedWindows(const MaskedWindows& windows, const kip_gaussParams& params,
                                                      PreparedRequest& prepared);
 

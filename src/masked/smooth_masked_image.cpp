@@ -79,7 +79,7 @@ ksys_status smoothMaskedImage(WindowFunction smoothWindow, const kimg_image* src
   if (failed(status)) return status;
 
   PreparedRequest request;
-  if (failed(status = gauss_prepareMaskedWindows(windows, *params, request))) return status;
+  if (failed(status = gauss_prepareMaskedWindows<Src, Dst>(windows, *params, request))) return status;
   if (request.empty) return 0;
   const auto present = [](const auto& mask) { return mask.bound != 0 ? &mask : nullptr; };
   status = smoothWindow(&windows.src, present(windows.srcMask), present(windows.sampleMask), params, &windows.dst,

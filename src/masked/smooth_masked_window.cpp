@@ -31,13 +31,6 @@ template <typename Window>
   return status;
 }
 
-template <typename Src, typename Dst>
-[[nodiscard]] bool haveTheirPixels(const MaskedWindows& windows) {
-  const auto has = [](const auto& window, int32_t bytes) { return window.bound == 0 || window.pixelBytes == bytes; };
-  return has(windows.src, sizeof(Src)) && has(windows.dst, sizeof(Dst)) && has(windows.srcMask, 1) &&
-         has(windows.sampleMask, 1) && has(windows.dstMask, 1);
-}
-
 [[nodiscard]] ksys_status takeWindows(const kimg_windowConst* src, const kimg_windowConst* srcMask,
                                       const kimg_windowConst* sampleMask, const kimg_window* dst,
                                       const kimg_window* dstMask, MaskedWindows& windows) {
@@ -101,10 +94,9 @@ ksys_status smoothMaskedWindow(const kimg_windowConst* src, const kimg_windowCon
     if (failed(status)) return status;
     MaskedWindows windows;
     if (failed(status = takeWindows(src, srcMask, sampleMask, dst, dstMask, windows))) return status;
-    if (!haveTheirPixels<Src, Dst>(windows)) return KSYS_STATUS_BAD_ARGUMENT;
     if (failed(status = checkSeparate(windows))) return status;
     PreparedRequest request;
-    if (failed(status = gauss_prepareMaskedWindows(windows, *params, request))) return status;
+    if (failed(status = gauss_prepareMaskedWindows<Src, Dst>(windows, *params, request))) return status;
     if (request.empty) return 0;
     const MaskedWindows& clipped = request.windows;
     if (clipped.srcMask.bound == 0) return Pair::withoutSrcMask(request, *params);

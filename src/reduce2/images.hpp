@@ -36,10 +36,9 @@ template <typename Window>
                         saturate32(int64_t{mask.y} + imageIs.y - imageWas.y), imageIs.width, imageIs.height});
 }
 
-// A window's top-left pixel. A window of another pixel size, or of rows that are not apart, is a programming error.
+// A window's top-left pixel. Rows that are not apart are a programming error.
 template <typename Pixel, typename Window>
 [[nodiscard]] auto firstPixel(const Window& window) {
-  check(window.pixelBytes == int32_t{sizeof(Pixel)});
   check(window.height <= 1 || window.stride >= window.width);
   if constexpr (std::is_same_v<Window, kimg_window>) {
     return static_cast<Pixel*>(window.pixels);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "frame/cleanup.hpp"
+#include "frame/images.hpp"
 #include "reduce2/dest_rect.hpp"
 #include "reduce2/reduce.hpp"
 
@@ -50,6 +50,8 @@ ksys_status smoothImage(const kimg_imageConst* src, const kimg_image8* srcMask, 
     if (isBound != 0 && isNull != 0) return 0;
     kimg_window dstWindow;
     if (failed(status = kimg_window_init(&dstWindow, dst))) return status;
+    kstd_rect32 dstRect;
+    if (failed(status = getWindow<Pixel>(dstWindow, dstRect))) return status;
     kimg_window8 dstMaskWindow;
     if (dstMask != nullptr && failed(status = kimg_window8_init(&dstMaskWindow, dstMask))) return status;
 

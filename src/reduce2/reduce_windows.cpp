@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame/check.hpp"
+#include "frame/images.hpp"
 #include "reduce2/dest_rect.hpp"
 #include "reduce2/dispatch.hpp"
 #include "reduce2/images.hpp"
@@ -62,7 +63,7 @@ ksys_status reduceWindows(const Reduction& reduction) {
 
   kimg_windowConst src = *reduction.src;
   kstd_rect32 srcWas;
-  if (failed(status = kimg_windowConst_getWindow(&src, &srcWas))) return status;
+  if (failed(status = getWindow<Pixel>(src, srcWas))) return status;
   kstd_rect32 srcIs = srcWas;
   if (isNull == 0 && isWhole == 0) {
     const int64_t xStep = stepOf(xFlag), yStep = stepOf(yFlag);
@@ -98,10 +99,10 @@ template <typename Pixel, bool Masked>
 ksys_status smoothWindow(Reduction reduction) {
   check(reduction.src != nullptr && reduction.dst != nullptr);
   kstd_rect32 rect;
-  ksys_status status = kimg_windowConst_getWindow(reduction.src, &rect);
+  ksys_status status = getWindow<Pixel>(*reduction.src, rect);
   if (failed(status)) return status;
   reduction.reduced = gauss2_destRect(rect, reduction.flags.x, reduction.flags.y);
-  if (failed(status = kimg_window_getWindow(reduction.dst, &rect))) return status;
+  if (failed(status = getWindow<Pixel>(*reduction.dst, rect))) return status;
   if (failed(status = kstd_rect32_intersect(&rect, &reduction.reduced, &reduction.target))) return status;
   return reduceWindows<Pixel, Masked>(reduction);
 }

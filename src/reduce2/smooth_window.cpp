@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "frame/images.hpp"
 #include "kip/gauss2.h"
 #include "kip/host/kpel.h"
 #include "reduce2/dispatch.hpp"
@@ -58,10 +59,10 @@ ksys_status smoothNoSampleWindow(const kimg_windowConst* srcWindow, const kimg_w
   return withCleanup<capacity>([&](Cleanup& cleanup) -> ksys_status {
     check(srcWindow != nullptr && dstWindow != nullptr && (srcMaskWindow != nullptr) == Masked);
     kstd_rect32 srcRect;
-    ksys_status status = kimg_windowConst_getWindow(srcWindow, &srcRect);
+    ksys_status status = getWindow<Pixel>(*srcWindow, srcRect);
     if (failed(status)) return status;
     kstd_rect32 dstRect;
-    if (failed(status = kimg_window_getWindow(dstWindow, &dstRect))) return status;
+    if (failed(status = getWindow<Pixel>(*dstWindow, dstRect))) return status;
     kstd_rect32 rect;
     if (failed(status = kstd_rect32_intersect(&srcRect, &dstRect, &rect))) return status;
     int32_t isNull = 0;

@@ -7,7 +7,8 @@
  * Rows lie top to bottom. The stride from a row to the next is at least the width; where there is one row at most it is
  * not looked at. Other strides (0, negative, rows that share pixels) are refused by what makes images and windows and,
  * when a caller writes them into a record, by what takes it: KSYS_STATUS_BAD_ARGUMENT, a null legacy image or a failed
- * argument check. The stride of a legacy image is looked at only when it is made. */
+ * argument check. The stride of a legacy image is looked at only when it is made. An operation whose name tells a pixel
+ * size (window8, window16) refuses windows of the other one with KSYS_STATUS_BAD_ARGUMENT. */
 #ifndef KIP_HOST_KIMG_H
 #define KIP_HOST_KIMG_H
 
@@ -83,6 +84,8 @@ ksys_status kimg_image_copyXforms(kimg_image* dst, const kimg_image* src);
 
 /* ---- windows: plain records that refer to a rectangle of an image's pixels and own nothing ---- */
 
+/* Filled by the operations below. `image`, `pixelBytes` and `reserved` are the host's: a record filled by hand without
+ * them is refused with KSYS_STATUS_BAD_ARGUMENT by what needs them, which most functions that take windows do. */
 typedef struct kimg_window {
   int32_t width, height, x, y;
   kstd_rect32 image; /* the rectangle of all pixels that the window may be re-pointed to */
@@ -137,7 +140,8 @@ ksys_status kimg_window16_getWindow(const kimg_window16* window, kstd_rect32* re
 /* Re-points the window to another rectangle of its image's pixels, which may reach beyond the window at hand. A
  * rectangle without pixels that lies inside gives a window that refers to no pixels. When the rectangle does not lie in
  * the image's pixels the window stays as it is, and with a flag *flag is 1 and the status 0, without one the status is
- * KSYS_STATUS_OUTSIDE_IMAGE. A window that refers to no pixels gives KSYS_STATUS_NOT_BOUND, with a flag the flag. */
+ * KSYS_STATUS_OUTSIDE_IMAGE. A window that refers to no pixels gives KSYS_STATUS_NOT_BOUND, with a flag the flag. A
+ * record that no operation made gives KSYS_STATUS_BAD_ARGUMENT, with a flag, too. */
 ksys_status kimg_window_windowRect(kimg_window* window, const kstd_rect32* rect, int32_t* flag);
 ksys_status kimg_windowConst_windowRect(kimg_windowConst* window, const kstd_rect32* rect, int32_t* flag);
 

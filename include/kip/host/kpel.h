@@ -9,7 +9,7 @@ KSYS_DECLARATIONS_BEGIN
 
 /* KSYS_STATUS_MEMORY_OVERLAP when the windows share a pixel byte (a window overlaps itself), else 0. Exact row by row:
  * windows side by side in one image do not overlap, nor does a window without pixels. Pixel sizes may differ.
- * KSYS_STATUS_BAD_ARGUMENT for windows of a stride below their width. */
+ * KSYS_STATUS_BAD_ARGUMENT for windows of a stride below their width, or of no pixel size. */
 ksys_status kip_pelfunc_checkMemoryOverlap(const kimg_windowConst* a, const kimg_windowConst* b);
 /* Copies the pixels that both windows have at equal coordinates. */
 ksys_status kip_pelCopyWindow8(const kimg_window8Const* src, const kimg_window8* dst);
