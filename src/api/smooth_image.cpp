@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
 #include "api/destination.hpp"
+#include "api/geometry_rows.hpp"
+#include "engine/generic.hpp"
 #include "engine/regions.hpp"
 #include "frame/images.hpp"
 #include "kip/gauss.h"
@@ -33,6 +37,38 @@ template <typename Pixel>
   if (failed(status = constructXform(cleanup, composed))) return status;
   if (failed(status = kmath_xformPtrhConst_assignCompose(&composed, &inverseSampling, &source))) return status;
   return kimg_image_setImageFromClientXform(dst, &composed);
+}
+
+// Of a destination that the call has bound: the rows from `first` on, which the call has not come to, are 0. Passes the
+// call's failure on.
+template <typename Pixel>
+[[nodiscard]] ksys_status clearRows(const kimg_image* dst, int64_t first, ksys_status failure) {
+  kimg_window window;
+  if (failed(kimg_window_init(&window, dst)) || window.bound == 0) return failure;
+  for (int64_t row = first; row < window.height; ++row) std::fill_n(rowOf<Pixel>(window, row), window.width, Pixel{0});
+  return failure;
+}
+
+// Through legacy images over both images' pixels; `xform` receives the transform that the engine gives the destination.
+template <typename Pixel>
+[[nodiscard]] ksys_status smoothPixels(const kimg_image8* src, const kimg_image* dst, const ksGaussParams& params,
+                                       ksIRegion& region, kmath_xformPtrhConst& srcXform, int32_t& isLinear,
+                                       ksFXform& xform, int64_t& finished) {
+  ksImage legacySrc;
+  ksFXform legacySrcXform;
+  ksys_status status = generate_ksImage_from_kimg_image8Const(src, &legacySrc, &legacySrcXform);
+  if (failed(status)) return status;
+  if (failed(status = kimg_imageConst_getImageFromClientXform(src, &srcXform))) return status;
+  if (failed(status = kmath_xformPtrhConst_getIsLinear(&srcXform, &isLinear))) return status;
+  if (isLinear == 0) legacySrcXform = {.tx = 0.0f, .ty = 0.0f, .m00 = 1.0f, .m01 = 0.0f, .m10 = 0.0f, .m11 = 1.0f};
+  ksVImage legacyDst;
+  ksFXform legacyDstXform;
+  if (failed(status = DestinationOf<Pixel>::fromImage(dst, &legacyDst, &legacyDstXform))) return status;
+
+  ksVImage* smoothed = nullptr;
+  status = gauss_smooth(&legacySrc, &legacyDst, &params, &region, &smoothed, finished);
+  if (!failed(status)) xform = *ksVImageClientCoords(smoothed);
+  return status;
 }
 
 template <typename Pixel>
@@ -70,23 +106,16 @@ ksys_status smoothImage(const kimg_image8* src, kimg_image* dst, const kip_gauss
     status = gauss_computeDstRegion({srcRect.x, srcRect.y, srcRect.width, srcRect.height}, legacy, region);
     if (failed(status)) return status;
     if (isNull(region)) return 0;
-    if (dstBound == 0 && failed(status = bindDestination<Pixel>(cleanup, fresh, dst, region))) return status;
-
-    ksImage legacySrc;
-    ksFXform legacySrcXform;
-    if (failed(status = generate_ksImage_from_kimg_image8Const(src, &legacySrc, &legacySrcXform))) return status;
-    if (failed(status = kimg_imageConst_getImageFromClientXform(src, &srcXform))) return status;
+    const bool binds = dstBound == 0;
+    if (binds) status = bindDestination<Pixel>(cleanup, fresh, dst, region);
+    int64_t finished = 0;
+    ksFXform dstXform;
     int32_t isLinear = 0;
-    if (failed(status = kmath_xformPtrhConst_getIsLinear(&srcXform, &isLinear))) return status;
-    if (isLinear == 0) legacySrcXform = {.tx = 0.0f, .ty = 0.0f, .m00 = 1.0f, .m01 = 0.0f, .m10 = 0.0f, .m11 = 1.0f};
-    ksVImage legacyDst;
-    ksFXform legacyDstXform;
-    if (failed(status = Destination::fromImage(dst, &legacyDst, &legacyDstXform))) return status;
-
-    ksVImage* smoothed = nullptr;
-    if (failed(status = kip_gauss(&legacySrc, &legacyDst, &legacy, &region, &smoothed))) return status;
-    return setTransform(cleanup, *ksVImageClientCoords(smoothed), srcXform, isLinear != 0, inverseSampling, composed,
-                        dst);
+    if (!failed(status)) {
+      status = smoothPixels<Pixel>(src, dst, legacy, region, srcXform, isLinear, dstXform, finished);
+    }
+    if (failed(status)) return binds ? clearRows<Pixel>(dst, finished, status) : status;
+    return setTransform(cleanup, dstXform, srcXform, isLinear != 0, inverseSampling, composed, dst);
   });
 }
 

@@ -43,7 +43,7 @@ class Smoother {
   }
 
   template <typename Pixel>
-  [[nodiscard]] ksys_status run(const ksVImage* destination, double divisor) {
+  [[nodiscard]] ksys_status run(const ksVImage* destination, double divisor, int64_t& finished) {
     const ksIRegion& target = geometry_.destination;
     int64_t rowsToGo = geometry_.kernel.height;
     int32_t dstRow = target.y;
@@ -56,6 +56,7 @@ class Smoother {
         emitRow(LegacyOf<Pixel>::address(destination, target.x, dstRow), divisor);
         rowsToGo = params_.ySample;
         ++dstRow;
+        ++finished;
       }
     }
     return 0;
@@ -161,7 +162,7 @@ class Smoother {
 }  // namespace
 
 ksys_status gauss_genericSmooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                                ksIRegion* requested, ksVImage** out) {
+                                ksIRegion* requested, ksVImage** out, int64_t& finished) {
   return withCleanup<7>([&](Cleanup& cleanup) -> ksys_status {
     check(out != nullptr);
     RequestGeometry geometry;
@@ -176,8 +177,8 @@ ksys_status gauss_genericSmooth(const ksImage* source, ksVImage* destination, co
     if (params->peakNormalize == 0) ksVImageSetClientZScale(destination, ksImageClientZScale(source) * params->scale);
     check(quotient > 0.0);
     if (failed(status = ksys_attention_check())) return status;
-    return ksVImageType(destination) == 0 ? smoother.run<uint8_t>(destination, quotient)
-                                          : smoother.run<uint16_t>(destination, quotient);
+    return ksVImageType(destination) == 0 ? smoother.run<uint8_t>(destination, quotient, finished)
+                                          : smoother.run<uint16_t>(destination, quotient, finished);
   });
 }
 

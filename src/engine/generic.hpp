@@ -5,9 +5,15 @@
 
 namespace kip {
 
+// An engine: arguments as kip_gauss, and the number of destination rows that are finished so far, 0 at first.
+using Engine = ksys_status(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
+                           ksIRegion* requested, ksVImage** out, int64_t& finished);
+
 // The portable engine: the reference of every other. Serves any sigma and sample factor, never answers with the
-// fallback status. Arguments as kip_gauss.
-[[nodiscard]] ksys_status gauss_genericSmooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                                              ksIRegion* requested, ksVImage** out);
+// fallback status.
+Engine gauss_genericSmooth;
+
+// The engine for this processor, behind kip_gauss.
+Engine gauss_smooth;
 
 }  // namespace kip

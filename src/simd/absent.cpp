@@ -6,11 +6,11 @@
 
 namespace kip {
 
-ksys_status gauss_vec1Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**) {
+ksys_status gauss_vec1Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**, int64_t&) {
   return statusFallback;
 }
 
-ksys_status gauss_vec2Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**) {
+ksys_status gauss_vec2Smooth(const ksImage*, ksVImage*, const ksGaussParams*, ksIRegion*, ksVImage**, int64_t&) {
   return statusFallback;
 }
 

@@ -12,10 +12,10 @@ namespace kip {
 
 // Lets the padded rows of a request through a kernel: smooth(steps, count, out) takes those up to the next `group`
 // output rows, at most 8, whose pixels are at outRow(row). poll(row) is asked before each group and at every 64th row,
-// when no output row waits.
+// when no output row waits; `finished` counts the output rows.
 template <typename Pixel, typename Poll, typename OutRow, typename Smooth>
 [[nodiscard]] ksys_status feedRows(const ksGaussParams& params, const RequestGeometry& geometry, const SourceRows& rows,
-                                   int64_t group, Poll&& poll, OutRow&& outRow, Smooth&& smooth) {
+                                   int64_t group, int64_t& finished, Poll&& poll, OutRow&& outRow, Smooth&& smooth) {
   constexpr int64_t mostSteps = 64;
   const int64_t top = geometry.padding.y;
   const int64_t end = top + geometry.source.height + geometry.padding.height - 1;
@@ -43,6 +43,7 @@ template <typename Pixel, typename Poll, typename OutRow, typename Smooth>
       }
     }
     smooth(steps, count, out);
+    finished += outputs;
   }
   return 0;
 }

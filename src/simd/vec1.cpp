@@ -97,7 +97,7 @@ Vec1Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry, 
 }
 
 ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destination, const ksGaussParams& params,
-                   const RequestGeometry& geometry, const FixedPoint& fixedPoint) {
+                   const RequestGeometry& geometry, const FixedPoint& fixedPoint, int64_t& finished) {
   const ksIRegion& from = geometry.source;
   const Vec1Line request = makeLine(params, geometry, fixedPoint);
   const LineRequest& line = request.line;
@@ -124,7 +124,7 @@ ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destinatio
   const auto run = [&](auto* first, int64_t stride, auto smoothRows) {
     using Pixel = std::remove_pointer_t<decltype(first)>;
     return feedRows<Pixel>(
-        params, geometry, sourceRows, vec1Vectors.rows, [](int64_t) -> ksys_status { return 0; },
+        params, geometry, sourceRows, vec1Vectors.rows, finished, [](int64_t) -> ksys_status { return 0; },
         [&](int64_t row) { return first + row * stride / int64_t{sizeof(Pixel)}; },
         [&](const LineStep* steps, int64_t count, Pixel* const* out) {
           smoothRows(request, steps, count, sums.data(), lineMemory.data(), out);
@@ -140,7 +140,7 @@ ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destinatio
 }  // namespace
 
 ksys_status gauss_vec1Smooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                             ksIRegion* requested, ksVImage** out) {
+                             ksIRegion* requested, ksVImage** out, int64_t& finished) {
   return withCleanup<4>([&](Cleanup& cleanup) -> ksys_status {
     check(source != nullptr && params != nullptr && out != nullptr);
     *out = nullptr;
@@ -154,7 +154,7 @@ ksys_status gauss_vec1Smooth(const ksImage* source, ksVImage* destination, const
     const int32_t type = ksVImageType(destination);
     check(type == 0 || type == 8);
     if (!isNull(geometry.destination)) {
-      status = smooth(cleanup, source, destination, *params, geometry, *fixedPoint);
+      status = smooth(cleanup, source, destination, *params, geometry, *fixedPoint, finished);
       if (failed(status)) {
         if (isCreated) ksImageFree(destination);
         return status;

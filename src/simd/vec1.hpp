@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "kip/params.h"
+#include "engine/generic.hpp"
 
 namespace kip {
 
@@ -9,9 +9,8 @@ namespace kip {
 // portable engine's truncated one or, where the quotient lies just at an integer, one off. Larger differences:
 // unsampled 16-bit results saturate at 32767, unsampled 8-bit ones at 255. Answers with the fallback status, before it
 // has created or written anything but a null *out, what it does not serve: rounding, scales that are no power of two,
-// sources under nine samples wide or high, and sums or factors beyond its arithmetic. Arguments as kip_gauss; *out
+// sources under nine samples wide or high, and sums or factors beyond its arithmetic. *out
 // receives the destination only on success, and a destination that it created is freed otherwise.
-[[nodiscard]] ksys_status gauss_vec1Smooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                                           ksIRegion* requested, ksVImage** out);
+Engine gauss_vec1Smooth;
 
 }  // namespace kip

@@ -17,7 +17,7 @@ bool isSigma(const ksGaussParams& params, int32_t sigma) {
 }  // namespace
 
 ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                             ksIRegion* requested, ksVImage** out) {
+                             ksIRegion* requested, ksVImage** out, int64_t& finished) {
   check(out != nullptr);
   RequestGeometry geometry;
   const ksys_status status = gauss_engineSetup(source, &destination, params, requested, geometry);
@@ -25,7 +25,7 @@ ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const
   handOut(destination, out);
   if (isNull(geometry.destination)) return 0;
 
-  const auto generic = [&] { return gauss_genericSmooth(source, destination, params, requested, out); };
+  const auto generic = [&] { return gauss_genericSmooth(source, destination, params, requested, out, finished); };
   constexpr int32_t maxSmallSize = 32;
   if (requested != nullptr && (requested->width <= maxSmallSize || requested->height <= maxSmallSize)) return generic();
 
@@ -34,17 +34,19 @@ ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const
   constexpr int32_t minSigma2Height = 7;
   const bool is8 = ksVImageType(destination) == 0;
   if (is8 && isSigma(*params, 1) && params->xSample < 4 && params->ySample < 4) {
-    return geometry.source.width < minWidth ? generic() : gauss_vec2Sigma1(source, destination, *params, geometry);
+    return geometry.source.width < minWidth ? generic()
+                                            : gauss_vec2Sigma1(source, destination, *params, geometry, finished);
   }
   if (is8 && isSigma(*params, 2)) {
     if (geometry.source.width < minWidth || geometry.source.height < minSigma2Height) return generic();
     const auto path = params->xSample == 1   ? gauss_vec2Sigma2X1
                       : params->xSample == 2 ? gauss_vec2Sigma2X2
                                              : gauss_vec2Sigma2XN;
-    return path(source, destination, *params, geometry);
+    return path(source, destination, *params, geometry, finished);
   }
-  return gauss_vec2ServesGeneral(*params, geometry) ? gauss_vec2General(source, destination, *params, geometry)
-                                                    : generic();
+  return gauss_vec2ServesGeneral(*params, geometry)
+             ? gauss_vec2General(source, destination, *params, geometry, finished)
+             : generic();
 }
 
 }  // namespace kip

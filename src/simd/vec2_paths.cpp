@@ -34,7 +34,7 @@ Vec2Request makeRequest(const ksGaussParams& params, const RequestGeometry& geom
 }
 
 ksys_status smoothSigma2(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
-                         const RequestGeometry& geometry,
+                         const RequestGeometry& geometry, int64_t& finished,
                          void (*kernel)(const Vec2Request& request, const Vec2Sigma2Row& row)) {
   constexpr int64_t taps = 7;
   const SourceRows rows(source, geometry.source, nullptr);
@@ -50,6 +50,7 @@ ksys_status smoothSigma2(const ksImage* source, const ksVImage* destination, con
     row.next = r + 1 < to.height ? rows.at(first + params.ySample + taps - 1) : row.rows[0];
     row.out = LegacyOf<uint8_t>::address(destination, to.x, to.y + r);
     kernel(request, row);
+    ++finished;
   }
   return 0;
 }
@@ -124,12 +125,12 @@ class GeneralPath {
   }
 
   template <typename Pixel>
-  [[nodiscard]] ksys_status run(const ksImage* source, const ksVImage* destination,
+  [[nodiscard]] ksys_status run(const ksImage* source, const ksVImage* destination, int64_t& finished,
                                 void (*smoothRows)(const Vec2Line&, const LineStep*, int64_t, int32_t*,
                                                    Pixel* const*)) {
     const ksIRegion& to = geometry_.destination;
     return feedRows<Pixel>(
-        params_, geometry_, SourceRows(source, geometry_.source, absentRow_.data()), vec2Vectors.rows,
+        params_, geometry_, SourceRows(source, geometry_.source, absentRow_.data()), vec2Vectors.rows, finished,
         pollAttention<64>, [&](int32_t row) { return LegacyOf<Pixel>::address(destination, to.x, to.y + row); },
         [&](const LineStep* steps, int64_t count, Pixel* const* out) {
           smoothRows(line_, steps, count, memory_.data(), out);
@@ -149,7 +150,7 @@ class GeneralPath {
 }  // namespace
 
 ksys_status gauss_vec2Sigma1(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
-                             const RequestGeometry& geometry) {
+                             const RequestGeometry& geometry, int64_t& finished) {
   return withCleanup<3>([&](Cleanup& cleanup) -> ksys_status {
     check(params.xSigma == 1 && params.ySigma == 1 && params.xSample <= 3 && params.ySample <= 3);
     check(ksVImageType(destination) == 0);
@@ -175,24 +176,25 @@ ksys_status gauss_vec2Sigma1(const ksImage* source, const ksVImage* destination,
         group.out[i] = LegacyOf<uint8_t>::address(destination, to.x, static_cast<int32_t>(to.y + r));
       }
       kernel(request, group);
+      finished = r;
     }
     return 0;
   });
 }
 
 ksys_status gauss_vec2Sigma2X1(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
-                               const RequestGeometry& geometry) {
-  return smoothSigma2(source, destination, params, geometry, vec2Sigma2X1);
+                               const RequestGeometry& geometry, int64_t& finished) {
+  return smoothSigma2(source, destination, params, geometry, finished, vec2Sigma2X1);
 }
 
 ksys_status gauss_vec2Sigma2X2(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
-                               const RequestGeometry& geometry) {
-  return smoothSigma2(source, destination, params, geometry, vec2Sigma2X2);
+                               const RequestGeometry& geometry, int64_t& finished) {
+  return smoothSigma2(source, destination, params, geometry, finished, vec2Sigma2X2);
 }
 
 ksys_status gauss_vec2Sigma2XN(const ksImage* source, const ksVImage* destination, const ksGaussParams& params,
-                               const RequestGeometry& geometry) {
-  return smoothSigma2(source, destination, params, geometry, vec2Sigma2XN);
+                               const RequestGeometry& geometry, int64_t& finished) {
+  return smoothSigma2(source, destination, params, geometry, finished, vec2Sigma2XN);
 }
 
 bool gauss_vec2ServesGeneral(const ksGaussParams& params, const RequestGeometry& geometry) {
@@ -202,7 +204,7 @@ bool gauss_vec2ServesGeneral(const ksGaussParams& params, const RequestGeometry&
 }
 
 ksys_status gauss_vec2General(const ksImage* source, ksVImage* destination, const ksGaussParams& params,
-                              const RequestGeometry& geometry) {
+                              const RequestGeometry& geometry, int64_t& finished) {
   return withCleanup<7>([&](Cleanup& cleanup) -> ksys_status {
     GeneralPath path(params, geometry);
     ksys_status status = path.allocate(cleanup);
@@ -210,8 +212,8 @@ ksys_status gauss_vec2General(const ksImage* source, ksVImage* destination, cons
     if (params.peakNormalize == 0) ksVImageSetClientZScale(destination, ksImageClientZScale(source) * params.scale);
     check(path.divisorOfSums() > 0.0);
     if (failed(status = ksys_attention_check())) return status;
-    return ksVImageType(destination) == 0 ? path.run<uint8_t>(source, destination, vec2SmoothRows8)
-                                          : path.run<uint16_t>(source, destination, vec2SmoothRows16);
+    return ksVImageType(destination) == 0 ? path.run<uint8_t>(source, destination, finished, vec2SmoothRows8)
+                                          : path.run<uint16_t>(source, destination, finished, vec2SmoothRows16);
   });
 }
 

@@ -120,19 +120,28 @@ TYPED_TEST(Smoothing, ReportTheFirstFault) {
 }
 
 TYPED_TEST(Smoothing, BindsAnUnboundDestinationAndKeepsItOnALaterFailure) {
+  const DirtyHeap heap(0x5A);
   const Canvas<uint8_t> canvas({0, 0, 640, 480}, 50);
   Image source(canvas), destination;
   kip_gaussParams params = defaults();
   params.xSample = params.ySample = 2;
   {
-    const AttentionProbe probe(2);
+    const AttentionProbe probe(4);
     EXPECT_EQ(this->smooth(source, destination, params), probe.failure());
   }
   EXPECT_EQ(destination.region(), (ksIRegion{0, 0, 320, 240}));
-  const void* const pixels = destination.get()->pixels;
+  const void* const memory = destination.get()->pixels;
   EXPECT_EQ(destination.map(8, 6), std::make_pair(8.0, 6.0));  // not updated by the failure
+  const std::vector<TypeParam> stopped = destination.template pixels<TypeParam>();
   EXPECT_EQ(this->smooth(source, destination, params), 0);
-  EXPECT_EQ(destination.get()->pixels, pixels);
+  EXPECT_EQ(destination.get()->pixels, memory);
+  // the rows before the failure are done, the others 0
+  std::vector<TypeParam> expected = destination.template pixels<TypeParam>();
+  const auto rows = std::find(stopped.begin(), stopped.end(), TypeParam{0}) - stopped.begin();
+  EXPECT_EQ(rows % 320, 0);
+  EXPECT_TRUE(0 < rows && rows < 320 * 240) << rows;
+  std::fill(expected.begin() + rows, expected.end(), TypeParam{0});
+  EXPECT_EQ(stopped, expected);
   EXPECT_EQ(destination.map(8, 6), std::make_pair(4.0, 3.0));
 }
 

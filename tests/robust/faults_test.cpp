@@ -28,6 +28,17 @@ class Trial {
   // call has to work.
   template <typename Fault, typename Happened>
   ksys_status failing(const Fault& makeFault, const Happened& happened) const {
+    if (form_ == Form::created) {
+      // what the call binds holds nothing of released memory
+      const auto delivered = [&](int32_t dirt) {
+        const DirtyHeap heap(dirt);
+        Scene scene(call_.srcBytes, call_.dstBytes, form_, kFill);
+        const auto fault = makeFault();
+        call_.run(scene);
+        return scene.delivered();
+      };
+      EXPECT_EQ(delivered(0x5A), delivered(0xA5)) << "old memory shows";
+    }
     Scene scene(call_.srcBytes, call_.dstBytes, form_, kFill);
     scene.fresh = &fresh_;
     ksys_status status = 0;

@@ -18,24 +18,25 @@ namespace {
 template <typename Pixel>
 struct Outcome {
   ksys_status status;
-  int64_t attentionChecks;
+  int64_t attentionChecks, finished;
   std::vector<Pixel> pixels;
 
   friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
 template <typename Pixel>
-Outcome<Pixel> run(decltype(&kip_gauss) engine, const GaussCase& test, int64_t failAttention = 0) {
+Outcome<Pixel> run(kip::Engine& engine, const GaussCase& test, int64_t failAttention = 0) {
   Canvas<uint8_t> source(test.source.region, 0xFF, Placement::atEnd);
   const Canvas<Pixel> destination(test.destination, 0xC3);
   source.paint(test.source.pixels);
   const LegacyImage from = legacyOn(source), to = legacyOn(destination);
   ksVImage* out = nullptr;
   const AttentionProbe attention(failAttention);
-  const ksys_status status = engine(from.get(), to.get(), &test.params, nullptr, &out);
+  int64_t finished = 0;
+  const ksys_status status = engine(from.get(), to.get(), &test.params, nullptr, &out, finished);
   EXPECT_EQ(out, to.get());
   EXPECT_TRUE(destination.intactOutside(test.destination));
-  return {status, attention.count(), destination.crop(test.destination)};
+  return {status, attention.count(), finished, destination.crop(test.destination)};
 }
 
 // Noise, all of whose destination is computed.
@@ -100,6 +101,7 @@ TEST_F(Vec2, AttentionStopsTheRows) {
     for (size_t i = 0; i < row.stops.size(); ++i) {
       const auto stopped = run<uint8_t>(kip::gauss_vec2Smooth, test, int64_t(i) + 1);
       EXPECT_EQ(stopped.status, KSYS_STATUS(0x8000BEEF));
+      EXPECT_EQ(stopped.finished, row.stops[i]);
       std::vector<uint8_t> expected = all.pixels;
       std::fill(expected.begin() + int64_t{row.stops[i]} * test.destination.width, expected.end(), uint8_t{0xC3});
       EXPECT_EQ(difference(stopped.pixels, expected, test.destination.width), "");

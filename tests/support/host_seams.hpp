@@ -2,6 +2,8 @@
 // What a test switches in the host, switched back at the end of the scope. One object of each kind at a time.
 #pragma once
 
+#include <malloc.h>
+
 #include <csetjmp>
 #include <string>
 #include <vector>
@@ -76,6 +78,13 @@ class ProcessorFailure : NotCopied {
  public:
   explicit ProcessorFailure(ksys_status status) { ksys_cpuinfo_setFailure(status); }
   ~ProcessorFailure() { ksys_cpuinfo_setFailure(0); }
+};
+
+// What malloc gives is full of some byte.
+class DirtyHeap : NotCopied {
+ public:
+  explicit DirtyHeap(int32_t byte) { mallopt(M_PERTURB, byte); }
+  ~DirtyHeap() { mallopt(M_PERTURB, 0); }
 };
 
 namespace detail {
