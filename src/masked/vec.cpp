@@ -17,7 +17,7 @@ namespace kip {
 namespace {
 
 // The set-up step's first half, from the band's source and parameters: picks the kernel or refuses.
-[[nodiscard]] ksys_status pickKernel(const gauss_bandParams& band, const MaskedRowsKernel*& kernel) {
+[[nodiscard]] ksys_status pickKernel(const gauss_bandParams& band, bool all, const MaskedRowsKernel*& kernel) {
   constexpr int64_t leastSamples = 9;
   ksys_cpuinfo info;
   const ksys_status status = ksys_cpuinfo_init(&info);
@@ -82,7 +82,7 @@ ksys_status smoothMasked(const gauss_bandParams& band) {
   return withCleanup<8>([&](Cleanup& cleanup) -> ksys_status {
     pushWrapper(cleanup, wrapper);
     const MaskedRowsKernel* kernel = nullptr;
-    ksys_status status = pickKernel(band, kernel);
+    ksys_status status = pickKernel(band, false, kernel);
     if (failed(status)) return status;
     return withCascade<Src, Dst>(band, false, *kernel, wrapper, [&](auto& cascade) -> ksys_status {
       Results<Src, Dst> results(band, geometry, *kernel);
@@ -119,7 +119,7 @@ ksys_status gauss_smoothAllVec16(const PreparedRequest& request, const kip_gauss
     }
     pushWrapper(cleanup, wrapper);
     const MaskedRowsKernel* kernel = nullptr;
-    ksys_status status = pickKernel(band, kernel);
+    ksys_status status = pickKernel(band, true, kernel);
     if (failed(status)) return status;
     kimg_window16 image;
     if (failed(status = makeExtendedPlane<uint16_t>(cleanup, plane, request, image))) return status;
