@@ -20,8 +20,8 @@ namespace kip {
 // Not asked, so that they run to their end: smoothing with a mask, result masks, smoothing of 16-bit images, and
 // smoothing at processor level 1.
 //
-// `asked` must not throw. Inside another one, also that of the host's ksys_attention_setHandler, both are asked; it ends
-// before the other one, in the thread where it began.
+// `asked` must not throw. Inside another one, also that of the host's ksys_attention_setHandler, both are asked; it
+// ends before the other one, in the thread where it began.
 template <std::predicate Asked>
 class [[nodiscard]] stop_when {
  public:
