@@ -11,10 +11,15 @@
  * The source is mirrored at its border with the edge pixel repeated; beyond one reflection it counts as 0.
  *
  * The portable engine defines the pixels; of a result beyond the pixel range it keeps the low bits. Where the processor
- * allows it a vectorised engine serves the request. Level 1 (SSE2; truncation and scales that are powers of two) may be
- * one off where the quotient lies just at an integer, saturates at 255 or 32767 when xSample is 1, and cannot be
- * cancelled. Level 2 (AVX2) gives the portable engine's pixels, but with 8-bit results of sigma 2, or of sigma 1 and a
- * scale other than 1, may be one off, saturates, ignores peakNormalize and leaves the client z-scale alone. */
+ * allows it a vectorised engine serves the request. Where its pixels differ they are one off with scales up to about 1;
+ * a larger scale multiplies the difference, in range as well.
+ *     Level 1 (SSE2) serves truncation and scales that are powers of two. It differs where the quotient lies just at an
+ * integer (into 16 bits with scale 256: by -4 to +1), saturates at 255 or 32767 when xSample is 1, and cannot be
+ * cancelled.
+ *     Level 2 (AVX2) gives the portable engine's pixels but for 8-bit results of sigma 2 in both axes, and of sigma 1
+ * in both with a scale other than 1 and sample factors up to 3: these are rounded twice (with scale 8, truncated, by -8
+ * to 0 for sigma 2 and -7 to 0 for sigma 1, rounded by -4 to +4) and saturate. With any scale both sigmas ignore
+ * peakNormalize and leave the client z-scale alone. */
 #ifndef KIP_GAUSS_H
 #define KIP_GAUSS_H
 
@@ -23,18 +28,22 @@
 KSYS_DECLARATIONS_BEGIN
 
 /* Smooth an image. `src` must be bound. An unbound `dst` is bound to new pixels over exactly the rectangle that `src`
- * supplies; a bound one keeps its pixels outside that rectangle. The destination's image-from-client transform is
- * replaced so that each pixel stays on the client point of its kernel's centre. When nothing can be computed the status
- * is 0 and `dst` is unchanged.
- * Fails as kip_gaussParams_validate does, with KIP_STATUS_BAD_SCALE also for a scale that is 0 or infinite as a float,
- * KIP_STATUS_BAD_SIGMA when the needed coordinates leave 32 bits, KIP_STATUS_NOT_BOUND, KIP_STATUS_SAME_PIXELS, or with
- * a status of the host (overlapping pixels, memory, attention check). Null arguments: argument check. */
+ * supplies, and stays bound when the call fails later: rows that the call had not come to are 0 then. A bound one keeps
+ * its pixels outside that rectangle. The destination's image-from-client transform is replaced so that each pixel stays
+ * on the client point of its kernel's centre: of a linear source transform each element is rounded to float, others are
+ * composed as they are. When the source supplies nothing the status is 0 and `dst` is unchanged; a bound `dst` that
+ * meets nothing of what it supplies receives the transform alone.
+ * Source and destination must share no pixels. 8_8 refuses them; 8_16 does not look: the result is then unspecified,
+ * but nothing outside the destination is touched. Fails as kip_gaussParams_validate does, with KIP_STATUS_BAD_SCALE
+ * also for a scale that is 0 or infinite as a float, KIP_STATUS_BAD_SIGMA when the needed coordinates leave 32 bits,
+ * KIP_STATUS_NOT_BOUND, KIP_STATUS_SAME_PIXELS, or with a status of the host (overlapping pixels, memory, attention
+ * check). Null arguments: argument check. */
 ksys_status kip_gauss_smooth8_8(const kimg_image8* src, kimg_image8* dst, const kip_gaussParams* params);
 ksys_status kip_gauss_smooth8_16(const kimg_image8* src, kimg_image16* dst, const kip_gaussParams* params);
 
 /* Smooth a window: the source ends, and is mirrored, at the window's border even when its image goes on. The part of
  * the destination window that the source supplies is written. Unbound and empty windows fail with
- * KIP_STATUS_NOT_BOUND. */
+ * KIP_STATUS_NOT_BOUND. Shared pixels: as above. */
 ksys_status kip_gauss_smoothWindow8_8(const kimg_window8Const* src, const kimg_window8* dst,
                                       const kip_gaussParams* params);
 ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const* src, const kimg_window16* dst,
@@ -42,11 +51,25 @@ ksys_status kip_gauss_smoothWindow8_16(const kimg_window8Const* src, const kimg_
 
 /* ---- legacy interface ---- */
 
-/* Smooth a legacy image. A null `dst` is created: over *region when a region is given, else over all that the source
- * supplies; it belongs to the caller even when a later step fails. `region` may be null and receives the rectangle that
- * is computed; a given `dst` decides by its own region. `out` receives the destination. Source and destination must not
+/* Smooth a legacy image. A null `dst` is created, of dstTemplate's type: over *region when a region is given, else over
+ * all that the source supplies. `region` may be null and receives the rectangle that is computed, a null one when there
+ * is none; a given `dst` decides by its own region. `out` receives the destination. Source and destination must not
  * share pixels (not checked: the result is then unspecified, but nothing outside the destination is touched), and an
- * image must not be its own destination. */
+ * image must not be its own destination. A 16-bit `src` is accepted: the bytes of its rows are taken for pixels.
+ *
+ * Argument checks, which end the process: a null `src`, `params` or `out`; sample factors below 1, negative sigmas, a
+ * scale that is not above 0; a null dstTemplate where `dst` is null; a `dst` of neither 8 nor 16 bits. A scale of
+ * infinity is one, too, unless peakNormalize makes it not matter; level 2's direct kernels for sigma 1 and 2 store 255.
+ *
+ * Failures, and what they leave:
+ *     the host's, of the processor query         *region and *out as they were
+ *     KIP_STATUS_BAD_SIGMA, when a coordinate    both as they were; at level 1 *out is null
+ *       does not fit in 32 bits
+ *     KSYS_STATUS_NO_MEMORY, when `dst` cannot   *region is the rectangle, *out as it was; at level 1 it is null
+ *       be created
+ *     the host's, of memory or of the attention  *region is the rectangle and *out the destination, with the rows done
+ *       check                                    so far; a created one, otherwise 0, is the caller's to free. At level
+ *                                                1 *out is null, and a created one is freed */
 ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* params, ksIRegion* region,
                       ksVImage** out);
 

@@ -37,9 +37,10 @@ ksys_status kip_gauss2NoSampleGetDestRect(const kstd_rect32* src, kstd_rect32* d
  * pixel before the source's window, and fails when that pixel is not in the image) and ends, and repeats its border,
  * there: it is not a crop of the whole reduction. */
 
-/* Reduce an image. An unbound destination is bound to new pixels over the rectangle above, a bound one keeps its pixels
- * outside it. The destination receives the source's coordinate transform after the map from its pixels to the source's,
- * unless it is bound and nothing can be computed. */
+/* Reduce an image. An unbound destination is bound to new pixels over the rectangle above (and stays bound when the
+ * call fails later, its pixels 0 where nothing has been written), a bound one keeps its pixels outside it. The
+ * destination receives the source's coordinate transform after the map from its pixels to the source's, unless it is
+ * bound and nothing can be computed. */
 ksys_status kip_gauss2_smooth8_8(const kimg_imageConst* src, kimg_image* dst);
 ksys_status kip_gauss2_smooth16_16(const kimg_imageConst* src, kimg_image* dst);
 ksys_status kip_gauss2X_smooth8_8(const kimg_imageConst* src, kimg_image* dst);

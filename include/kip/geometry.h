@@ -37,7 +37,9 @@ ksys_status gauss_checkImageWindowMatch(const kimg_imageConst* a, const kimg_ima
                                         int32_t* bound);
 
 /* dst(column u, row v) = src(offset[0] + u sample[0], offset[1] + v sample[1]), counted from the windows' corners.
- * Always 0; a sample that does not lie in `src` is an argument check. */
+ * Always 0. Argument checks: null pointers and, unless `dst` has no column or row, a sample factor below 1, an offset
+ * below 0 and a sample that does not lie in `src`. That both windows are bound, have 8 bits and share no pixels is not
+ * checked. */
 ksys_status gauss_pelCopySampledWindow8(const kimg_window8Const* src, const int32_t sample[2], const int32_t offset[2],
                                         const kimg_window8* dst);
 

@@ -33,8 +33,8 @@ KSYS_DECLARATIONS_BEGIN
 /* Smooth an image. srcMask, sampleMask and dstMask may be null; unbound source masks count as absent. Bound masks cover
  * exactly their image: srcMask and sampleMask that of `src`, dstMask that of `dst`. An unbound `dst` is bound to new
  * pixels over the rectangle that `src` supplies, and so is dstMask, which must then be unbound too; with a bound `dst`
- * a dstMask must be bound. The transforms of `dst` and dstMask are replaced as kip_gauss_smooth8_8 does. When nothing
- * can be computed the status is 0 and neither is changed.
+ * a dstMask must be bound. The transforms of `dst` and dstMask are replaced as kip_gauss_smooth8_8 does, but in double
+ * throughout. When nothing can be computed the status is 0 and neither is changed.
  *
  * Without a source mask every pixel is used and results beyond the pixel range come out as gauss.h says, except where a
  * sample mask is 0; dstMask receives 255 or the sample mask's bytes. This form asks the attention check, the one with a
@@ -42,7 +42,8 @@ KSYS_DECLARATIONS_BEGIN
  *
  * Fails as kip_gaussParams_validate does, with KIP_STATUS_BAD_SIGMA above kip_gaussParamsGetMaxSigma,
  * KIP_STATUS_NOT_BOUND, KIP_STATUS_MASK_MISMATCH, or with a status of the host (a destination that shares pixels with
- * another argument, memory); on a failure of the host the destinations may be bound already. Null src, dst or params:
+ * another argument, memory); on a failure of the host the destinations may be bound already, to pixels that
+ * are 0 where nothing has been written. Null src, dst or params:
  * argument check. */
 ksys_status kip_gauss_smoothMasked8_8(const kimg_image8* src, const kimg_image8* srcMask, const kimg_image8* sampleMask,
                                       const kip_gaussParams* params, kimg_image8* dst, kimg_image8* dstMask);

@@ -51,10 +51,10 @@ typedef struct ksGaussParams {
 
 /* Sample factors 1, sigmas 1, scale 1, truncation, the default mask rule. */
 ksys_status kip_gaussParams_init(kip_gaussParams* params);
-/* 0, or the first failure in this order: sample factors, sigmas (negative), scale, mask rule. There is no upper limit
- * on a sigma here; the masked functions have one. */
+/* 0, or the first failure in this order: the host's processor query, sample factors, sigmas (negative), scale, mask
+ * rule. There is no upper limit on a sigma here; the masked functions have one. */
 ksys_status kip_gaussParams_validate(const kip_gaussParams* params);
-/* *equal: 1 when all fields agree, else 0. */
+/* *equal: 1 when all fields agree, else 0. A scale or minCoverage that is not a number agrees with any. */
 ksys_status kip_gaussParams_compareEqual(const kip_gaussParams* a, const kip_gaussParams* b, int32_t* equal);
 /* The largest sigma that masked smoothing of 8-bit sources takes: 63 on processors with 128-bit integer vectors, else
  * 24. */

@@ -27,8 +27,8 @@ def level() -> Level:
 def set_level(level: Optional[Level]) -> None:
     """Hold the library to one level, in the whole process; None: to the best one of the processor, as at the start.
 
-    Levels may differ by one grey value, and the portable one is slow. Raises ValueError for other levels and for one
-    that the processor lacks.
+    Levels may differ by one grey value, with a scale above 1 by more, and the portable one is slow. Raises ValueError
+    for other levels and for one that the processor lacks.
     """
     global _set_level
     if level is not None and level not in _LEVELS:

@@ -16,8 +16,7 @@ struct DestinationOf;
 
 template <>
 struct DestinationOf<uint8_t> {
-  // An 8-bit and a 16-bit image are never over the same pixels.
-  static constexpr bool mayShareSource = true;
+  static constexpr bool refusesShared = true;
   static constexpr const ksVImage& legacyTemplate = ksImageNull;
   static constexpr auto fromImage = generate_ksImage_from_kimg_image8Const;
   static constexpr auto fromWindow = generate_ksImage_from_kimg_windowConst;
@@ -25,7 +24,7 @@ struct DestinationOf<uint8_t> {
 
 template <>
 struct DestinationOf<uint16_t> {
-  static constexpr bool mayShareSource = false;
+  static constexpr bool refusesShared = false;  // that source and destination are apart is left to the caller
   static constexpr const ksVImage& legacyTemplate = ksUSImageNull;
   static constexpr auto fromImage = generate_ksUSImage_from_kimg_image16Const;
   static constexpr auto fromWindow = generate_ksUSImage_from_kimg_windowConst;

@@ -90,7 +90,7 @@ ksys_status smoothImage(const kimg_image8* src, kimg_image* dst, const kip_gauss
     int32_t srcBound = 0;
     if (failed(status = kimg_imageConst_getIsBound(src, &srcBound))) return status;
     if (srcBound == 0) return KIP_STATUS_NOT_BOUND;
-    if constexpr (Destination::mayShareSource) {
+    if constexpr (Destination::refusesShared) {
       kimg_windowConst srcWindow;
       kimg_window dstWindow;
       if (failed(status = kimg_windowConst_init(&srcWindow, src))) return status;

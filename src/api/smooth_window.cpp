@@ -21,7 +21,7 @@ ksys_status smoothWindow(const kimg_windowConst* src, const kimg_window* dst, co
   if (src->bound == 0 || dst->bound == 0) return KIP_STATUS_NOT_BOUND;
   if (src->width <= 0 || src->height <= 0 || dst->width <= 0 || dst->height <= 0) return KIP_STATUS_NOT_BOUND;
   const kimg_windowConst readableDst = asConst(*dst);
-  if constexpr (Destination::mayShareSource) {
+  if constexpr (Destination::refusesShared) {
     if (failed(status = checkSeparate(*src, readableDst))) return status;
   }
 
@@ -36,7 +36,7 @@ ksys_status smoothWindow(const kimg_windowConst* src, const kimg_window* dst, co
   if (failed(status = generate_ksImage_from_kimg_windowConst(src, &legacySrc))) return status;
   ksVImage legacyDst;
   if (failed(status = Destination::fromWindow(&readableDst, &legacyDst))) return status;
-  if constexpr (Destination::mayShareSource) {
+  if constexpr (Destination::refusesShared) {
     if (failed(status = ksys_attention_check())) return status;
   }
   ksVImage* smoothed = nullptr;

@@ -160,16 +160,66 @@ TEST_P(Setup, GeometryBeyond32BitsFailsBeforeAnythingIsWritten) {
   EXPECT_TRUE(canvas8.intactOutside({}));
 }
 
+// The region, the destination handed out and its owner after each kind of failure.
+TEST_P(Setup, WhatAFailureLeaves) {
+  const bool isLevel1 = (GetParam() & (ksys_cpuMmxSse2 | ksys_cpuAvx2)) == ksys_cpuMmxSse2;
+  const ksIRegion asked = {0, -6, 8, 100}, computed = {5, -6, 3, 15};
+  ksVImage mark{};
+  ksIRegion region;
+  const auto smooth = [&](ksVImage* destination) {
+    region = asked;
+    out = &mark;
+    return kip_gauss(source.get(), destination, &params, &region, &out);
+  };
+  {
+    const ProcessorFailure failure(KSYS_STATUS(0x80004321));
+    EXPECT_EQ(smooth(nullptr), KSYS_STATUS(0x80004321));
+    EXPECT_TRUE(region == asked && out == &mark);
+  }
+  params.xSigma = 715827883;
+  EXPECT_EQ(smooth(nullptr), KIP_STATUS_BAD_SIGMA);
+  EXPECT_TRUE(region == asked && out == (isLevel1 ? nullptr : &mark));
+  params.xSigma = 2;
+  {
+    const AllocationProbe creation(1);
+    EXPECT_EQ(smooth(nullptr), KSYS_STATUS_NO_MEMORY);
+    EXPECT_TRUE(region == computed && out == (isLevel1 ? nullptr : &mark));
+  }
+  {
+    const AllocationProbe later(2);
+    EXPECT_EQ(smooth(nullptr), later.failure());
+    EXPECT_EQ(region, computed);
+    EXPECT_EQ(out == nullptr, isLevel1);  // freed, or the sanitizer sees a leak
+    EXPECT_TRUE(isLevel1 || pixelsOf<uint8_t>(out) == std::vector<uint8_t>(45, 0));
+    created.reset(out);
+  }
+  const LegacyImage given = legacyOn(canvas);
+  const AllocationProbe memory(1);
+  EXPECT_EQ(smooth(given.get()), memory.failure());
+  EXPECT_TRUE(out == (isLevel1 ? nullptr : given.get()));
+}
+
 TEST_P(Setup, ProgrammingErrorsFailTheArgumentCheck) {
   void (*const changes[])(ksGaussParams&) = {
-      [](auto& p) { p.xSample = 0; },  [](auto& p) { p.ySample = -1; },          [](auto& p) { p.xSigma = -1; },
-      [](auto& p) { p.scale = 0.0f; }, [](auto& p) { p.scale = NAN; },           [](auto& p) { p.ySigma = INT32_MIN; },
-      [](auto& p) { p.scale = -1; },   [](auto& p) { p.dstTemplate = nullptr; },
+      [](auto& p) { p.xSample = 0; },
+      [](auto& p) { p.ySample = -1; },
+      [](auto& p) { p.xSigma = -1; },
+      [](auto& p) { p.scale = 0.0f; },
+      [](auto& p) { p.scale = NAN; },
+      [](auto& p) { p.ySigma = INT32_MIN; },
+      [](auto& p) { p.scale = -1; },
+      [](auto& p) { p.dstTemplate = nullptr; },
+      [](auto& p) { p.scale = INFINITY, p.xSigma = 3; },
   };
   for (const auto change : changes) {
     ksGaussParams wrong = params;
     change(wrong);
     EXPECT_TRUE(failsCheck([&] { kip_gauss(source.get(), nullptr, &wrong, nullptr, &out); })) << &change - changes;
+  }
+  if ((GetParam() & ksys_cpuAvx2) != 0) {  // the kernels for sigma 2 take a scale of infinity
+    params.scale = INFINITY;
+    EXPECT_EQ(run(nullptr, nullptr), 0);
+    EXPECT_EQ(pixelsOf<uint8_t>(out), std::vector<uint8_t>(40 * 16, 255));
   }
   EXPECT_TRUE(failsCheck([&] { kip_gauss(nullptr, nullptr, &params, nullptr, &out); }));
   EXPECT_TRUE(failsCheck([&] { kip_gauss(source.get(), nullptr, nullptr, nullptr, &out); }));
