@@ -5,12 +5,12 @@
 #include <cmath>
 #include <limits>
 
+#include "binomial/levels.hpp"
+#include "gauss/level1_model.hpp"
 #include "kernelcheck/gauss_levels.hpp"
 #include "kip/geometry.h"
 #include "masked/masked_case.hpp"
 #include "oracle/legacy_oracle.hpp"
-#include "reduce2/levels.hpp"
-#include "simd/vec1_model.hpp"
 
 namespace kiptest {
 

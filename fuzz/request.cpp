@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "api/destination.hpp"
+#include "frame/windows.hpp"
 #include "kip/masked.h"
 #include "support/draws.hpp"
 

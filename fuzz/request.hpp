@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "binomial/scene.hpp"
 #include "kip/params.h"
-#include "reduce2/scene.hpp"
 
 namespace kiptest {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "api/geometry_rows.hpp"
 #include "frame/memory.hpp"
+#include "frame/windows.hpp"
 #include "masked/line.hpp"
 
 namespace kip {

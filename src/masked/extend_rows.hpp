@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "api/geometry_rows.hpp"
+#include "frame/windows.hpp"
 
 namespace kip {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "masked/no_src_mask.hpp"
 
-#include "api/geometry_rows.hpp"
 #include "frame/check.hpp"
 #include "frame/optimized.hpp"
+#include "frame/windows.hpp"
 #include "kip/gauss.h"
 #include "kip/geometry.h"
 #include "kip/host/kpel.h"
-#include "masked/generic.hpp"
 #include "masked/plane.hpp"
+#include "masked/portable.hpp"
 #include "masked/saturate.hpp"
 #include "masked/vec.hpp"
 

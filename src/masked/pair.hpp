@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "masked/generic.hpp"
 #include "masked/no_src_mask.hpp"
+#include "masked/portable.hpp"
 #include "masked/set_mask.hpp"
 #include "masked/vec.hpp"
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "api/destination.hpp"
 #include "frame/images.hpp"
+#include "frame/windows.hpp"
+#include "kip/host/kpel.h"
 #include "masked/band.hpp"
 #include "masked/extend_rows.hpp"
 #include "masked/prepare.hpp"

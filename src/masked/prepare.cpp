@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "masked/prepare.hpp"
 
-#include "api/geometry.hpp"
 #include "frame/images.hpp"
+#include "geometry/windows.hpp"
 #include "masked/point_to.hpp"
 
 namespace kip {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/geometry.hpp"
 #include "frame/images.hpp"
+#include "geometry/windows.hpp"
 #include "kip/masked.h"
 #include "masked/coverage.hpp"
 #include "masked/extend_rows.hpp"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/geometry.hpp"
 #include "frame/check.hpp"
+#include "geometry/windows.hpp"
 #include "masked/checks.hpp"
 #include "masked/pair.hpp"
 #include "masked/prepare.hpp"

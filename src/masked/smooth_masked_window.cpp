@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/geometry.hpp"
 #include "frame/optimized.hpp"
+#include "geometry/windows.hpp"
+#include "kip/host/kpel.h"
 #include "masked/bands.hpp"
 #include "masked/checks.hpp"
 #include "masked/pair.hpp"

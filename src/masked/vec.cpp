@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "frame/memory.hpp"
-#include "frame/processor.hpp"
+#include "levels/processor.hpp"
 #include "masked/params_wrapper.hpp"
 #include "masked/plane.hpp"
 #include "masked/vec_cascade.hpp"

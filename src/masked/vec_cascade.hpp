@@ -5,7 +5,7 @@
 #include <array>
 #include <cstring>
 
-#include "api/geometry_rows.hpp"
+#include "frame/windows.hpp"
 #include "masked/band.hpp"
 #include "masked/vec_rows.hpp"
 #include "masked/vec_sigma1.hpp"

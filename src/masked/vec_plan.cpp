@@ -5,9 +5,9 @@
 #include <cmath>
 #include <limits>
 
-#include "api/geometry_rows.hpp"
+#include "frame/windows.hpp"
 #include "kip/host/kmath.h"
-#include "simd/piece.hpp"
+#include "lanes/piece.hpp"
 
 namespace kip {
 

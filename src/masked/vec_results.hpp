@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "api/geometry_rows.hpp"
+#include "frame/windows.hpp"
 #include "masked/band.hpp"
 #include "masked/constant_step.hpp"
 #include "masked/coverage.hpp"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "simd/reach.hpp"
+#include "lanes/reach.hpp"
 
 namespace kip {
 

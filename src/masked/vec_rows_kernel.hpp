@@ -5,8 +5,8 @@
 #include <limits>
 #include <type_traits>
 
+#include "lanes/line_kernel.hpp"
 #include "masked/vec_rows.hpp"
-#include "simd/line_kernel.hpp"
 
 namespace kip {
 

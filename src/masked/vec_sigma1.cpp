@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "masked/vec_sigma1.hpp"
 
-#include "simd/sigma1_sums.hpp"
+#include "lanes/sigma1_sums.hpp"
 
 namespace kip {
 

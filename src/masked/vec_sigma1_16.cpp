@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "lanes/lanes.hpp"
 #include "masked/vec_sigma1.hpp"
-#include "simd/lanes.hpp"
 
 namespace kip {
 

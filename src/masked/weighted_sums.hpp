@@ -5,9 +5,9 @@
 #include <limits>
 #include <type_traits>
 
-#include "api/geometry_rows.hpp"
 #include "frame/check.hpp"
 #include "frame/memory.hpp"
+#include "frame/windows.hpp"
 #include "masked/line.hpp"
 
 namespace kip {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame/check.hpp"
-#include "frame/processor.hpp"
 #include "frame/status.hpp"
 #include "kip/params.h"
+#include "levels/processor.hpp"
 #include "params/compare.hpp"
 
 using kip::check;

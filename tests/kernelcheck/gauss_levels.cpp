@@ -3,10 +3,10 @@
 
 #include <cmath>
 
-#include "engine/regions.hpp"
+#include "gauss/level1_model.hpp"
+#include "gauss/level2_model.hpp"
+#include "geometry/regions.hpp"
 #include "kip/host/ksys.h"
-#include "simd/vec1_model.hpp"
-#include "simd/vec2_model.hpp"
 #include "support/draws.hpp"
 
 namespace kernelcheck {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "binomial/levels.hpp"
 #include "kernelcheck/gauss_check.hpp"
-#include "reduce2/levels.hpp"
 
 namespace kernelcheck {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "binomial/kernel_rows.hpp"
 #include "kernelcheck/row.hpp"
-#include "reduce2/kernel_rows.hpp"
 #include "support/canvas.hpp"
 #include "support/host_seams.hpp"
 #include "support/pictures.hpp"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "api/destination.hpp"
+#include "frame/windows.hpp"
 #include "kip/host/kjob.h"
 #include "kip/masked.h"
 #include "oracle/gauss_case.hpp"

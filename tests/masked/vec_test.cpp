@@ -2,9 +2,9 @@
 // The vectorised masked engine against the definition in its integers, with both vector sizes.
 #include <gtest/gtest.h>
 
+#include "binomial/levels.hpp"
 #include "kip/geometry.h"
 #include "masked/masked_case.hpp"
-#include "reduce2/levels.hpp"
 
 namespace {
 

@@ -99,8 +99,8 @@ bool obtainsMemory() {
   return isGood;
 }
 
-#ifdef KIP_SANITIZED
-constexpr int kChildren = 0;  // a sanitizer's own allocator does not survive forks
+#if defined(KIP_SANITIZED) || defined(KIP_EMULATED)
+constexpr int kChildren = 0;  // a sanitizer's own allocator and an emulator do not survive them
 #else
 constexpr int kChildren = 200;
 #endif

@@ -15,9 +15,9 @@ namespace kip {
 }
 
 // The sigma whose kernel comes nearest to a standard deviation of 0 to 2^30 - 1 pixels: {.x_sigma = kip::stddev(2.5)}
-// takes 4, whose standard deviation is 2.45. Up to 0.433 it is 0, no smoothing. In whole numbers there is no tie; of two
-// that are equally near in doubles it is the smaller. try_stddev leaves `sigma` alone and returns, and stddev throws,
-// KIP_STATUS_BAD_SIGMA for a negative or larger one and for not-a-number.
+// takes 4, whose standard deviation is 2.45. Up to 0.433 it is 0, no smoothing. In whole numbers there is no tie; of
+// two that are equally near in doubles it is the smaller. try_stddev leaves `sigma` alone and returns, and stddev
+// throws, KIP_STATUS_BAD_SIGMA for a negative or larger one and for not-a-number.
 [[nodiscard]] inline ksys_status try_stddev(double pixels, int32_t& sigma) noexcept {
   if (!(pixels >= 0 && pixels <= (1 << 30) - 1)) return KIP_STATUS_BAD_SIGMA;
   const auto below = static_cast<int32_t>(std::sqrt(4 * pixels * pixels + 1) - 1);

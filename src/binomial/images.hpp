@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// Images and windows of the host as the reductions and passes use them.
+#pragma once
+
+#include "binomial/kernels.hpp"
+#include "frame/cleanup.hpp"
+#include "geometry/span.hpp"
+#include "kip/host/kimg.h"
+
+namespace kip {
+
+// An image that `construct` has made, with that status, lives until the end of the call.
+[[nodiscard]] inline ksys_status adoptImage(Cleanup& cleanup, kimg_image& image, ksys_status constructed) {
+  if (failed(constructed)) return constructed;
+  ksys_typeCheck_kimg_image(&image);
+  ksys_typeCheckFunc_kimg_image(kimg_image_destruct);
+  cleanup.pushObject<kimg_image_destruct>(&image);
+  return constructed;
+}
+[[nodiscard]] inline ksys_status adoptImage8(Cleanup& cleanup, kimg_image8& image, ksys_status constructed) {
+  if (!failed(constructed)) ksys_typeCheck_kimg_image8(&image);
+  return adoptImage(cleanup, image, constructed);
+}
+
+[[nodiscard]] inline ksys_status pointTo(kimg_window& window, const kstd_rect32& rect) {
+  return kimg_window_windowRect(&window, &rect, nullptr);
+}
+[[nodiscard]] inline ksys_status pointTo(kimg_windowConst& window, const kstd_rect32& rect) {
+  return kimg_windowConst_windowRect(&window, &rect, nullptr);
+}
+
+// Moves a mask's window as its image's was moved, so that each pixel keeps its mask byte.
+template <typename Window>
+[[nodiscard]] ksys_status pointAlong(Window& mask, const kstd_rect32& imageWas, const kstd_rect32& imageIs) {
+  return pointTo(mask, {saturate32(int64_t{mask.x} + imageIs.x - imageWas.x),
+                        saturate32(int64_t{mask.y} + imageIs.y - imageWas.y), imageIs.width, imageIs.height});
+}
+
+// A window's top-left pixel. Rows that are not apart are a programming error.
+template <typename Pixel, typename Window>
+[[nodiscard]] auto firstPixel(const Window& window) {
+  check(window.height <= 1 || window.stride >= window.width);
+  if constexpr (std::is_same_v<Window, kimg_window>) {
+    return static_cast<Pixel*>(window.pixels);
+  } else {
+    return static_cast<const Pixel*>(window.pixels);
+  }
+}
+
+template <typename Pixel>
+void setTarget(KernelCall<Pixel>& call, const kimg_window& dst, const kimg_window8* dstMask) {
+  call.dst = firstPixel<Pixel>(dst);
+  call.dstPitch = dst.stride;
+  call.dstMask = dstMask == nullptr ? nullptr : firstPixel<uint8_t>(*dstMask);
+  call.dstMaskPitch = dstMask == nullptr ? 0 : dstMask->stride;
+}
+
+// The masks may be null.
+template <typename Pixel>
+[[nodiscard]] KernelCall<Pixel> makeCall(const kimg_windowConst& src, const kimg_window8Const* srcMask,
+                                         const kimg_window& dst, const kimg_window8* dstMask) {
+  KernelCall<Pixel> call = {
+      .width = src.width, .height = src.height, .src = firstPixel<Pixel>(src), .srcPitch = src.stride};
+  if (srcMask != nullptr) {
+    call.srcMask = firstPixel<uint8_t>(*srcMask);
+    call.srcMaskPitch = srcMask->stride;
+  }
+  setTarget(call, dst, dstMask);
+  return call;
+}
+
+}  // namespace kip

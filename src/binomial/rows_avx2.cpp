@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lanes/registers_avx2.hpp"
+
+#include "binomial/vector_kernels.hpp"
+
+namespace kip {
+
+const RowKernels<uint8_t> avx2Rows8 = vectorRows<uint8_t>;
+const RowKernels<uint16_t> avx2Rows16 = vectorRows<uint16_t>;
+
+}  // namespace kip

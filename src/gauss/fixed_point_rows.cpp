@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "gauss/fixed_point_rows.hpp"
+
+#include <type_traits>
+
+#include "lanes/line_kernel.hpp"
+
+namespace kip {
+
+namespace {
+
+static_assert(vec1Vectors.rows == lanes && vec1Vectors.block == block);
+
+struct Constants {
+  int64_t box;
+  Shift shift, finalShift;
+  Vec multiplier;
+};
+
+// The rows along the line, column by column. A limit of 0: values keep their low bits.
+template <typename Sums, int Limit>
+struct FixedPointRow {
+  Sums sums;
+
+  explicit FixedPointRow(const Vec1Line& request) {
+    if constexpr (!std::is_same_v<Sums, Sums32>) {
+      const Vec half = KIP_MM(set1_epi64x)(static_cast<int64_t>(request.half));
+      sums.sum = {half, half};
+    }
+  }
+  KIP_INLINE void add(int32_t* column, const Constants& constants) { sums.add(column, constants.box); }
+  [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
+    Vec most;
+    if constexpr (std::is_same_v<Sums, Sums32>) {
+      most = shiftRight32(sums.sum, constants.shift);
+    } else {
+      most = narrow(sums.sum >> constants.shift);
+    }
+    const Vec value = shiftRight32(KIP_MM(madd_epi16)(most, constants.multiplier), constants.finalShift);
+    if constexpr (Limit == 0) return value;
+    const Vec saturated = KIP_MM(min_epi16)(KIP_MM(packs_epi32)(value, value), KIP_MM(set1_epi16)(Limit));
+    return KIP_MM(unpacklo_epi16)(saturated, zeros());
+  }
+};
+
+template <typename Sums, int Limit, typename Pixel>
+void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                Pixel* const* out) {
+  const Constants constants = {request.line.box * lanes, shift32By(request.shift), shift32By(request.finalShift),
+                               KIP_MM(set1_epi32)(request.multiplier)};
+  FinishedRows finished;
+  const auto put = [](int32_t* to, Vec column) { store(to, column); };
+  smoothGroup(request.line, FixedPointRow<Sums, Limit>(request), constants, steps, count, line, out,
+              [&](int64_t first, int64_t columns, int32_t* start) {
+                addColumns<ShortSums>(steps, count, request.line.readable, first, columns, sums, finished, start, put);
+              });
+}
+
+template <typename Sums, typename Pixel>
+void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                Pixel* const* out) {
+  constexpr int limit = sizeof(Pixel) == 1 ? 255 : 32767;
+  request.line.sample == 1 ? smoothRows<Sums, limit>(request, steps, count, sums, line, out)
+                           : smoothRows<Sums, 0>(request, steps, count, sums, line, out);
+}
+
+template <typename Pixel>
+void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                Pixel* const* out) {
+  request.isNarrow                 ? smoothRows<Sums32>(request, steps, count, sums, line, out)
+  : request.reach == Reach::second ? smoothRows<Sums64<Reach::second>>(request, steps, count, sums, line, out)
+                                   : smoothRows<Sums64<Reach::difference>>(request, steps, count, sums, line, out);
+}
+
+}  // namespace
+
+void vec1SmoothRows8(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                     uint8_t* const* out) {
+  smoothRows(request, steps, count, sums, line, out);
+}
+
+void vec1SmoothRows16(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                      uint16_t* const* out) {
+  smoothRows(request, steps, count, sums, line, out);
+}
+
+}  // namespace kip

@@ -1,0 +1,424 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the kernels share that smooth by running sums. Down the columns, the rows of a plane enter with the signs of a
+// third difference, which three running sums turn into the vertical sums of three boxes. A group of finished rows then
+// goes through the same along the row, one row a lane: the line, which holds for every column a vector of the rows'
+// sums.
+#pragma once
+
+#include <cstring>
+
+#include "lanes/lanes.hpp"
+#include "lanes/line_request.hpp"
+#include "lanes/reach.hpp"
+
+namespace kip {
+
+namespace {
+
+// ---- down the columns
+
+constexpr int64_t block = 4 * lanes;  // columns that enter at once
+
+// The third difference of a block of bytes, in 16 bits: its first half and its second half of each vector half.
+struct Words {
+  Vec low, high;
+};
+
+#ifdef __AVX2__
+KIP_INLINE Vec bytePairs(int first, int second) {
+  return _mm256_set1_epi16(static_cast<int16_t>((second & 0xFF) << 8 | (first & 0xFF)));
+}
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
+  const auto third = [](Vec ab, Vec cd) {
+    return _mm256_add_epi16(_mm256_maddubs_epi16(ab, bytePairs(1, -3)), _mm256_maddubs_epi16(cd, bytePairs(3, -1)));
+  };
+  return {third(_mm256_unpacklo_epi8(a, b), _mm256_unpacklo_epi8(c, d)),
+          third(_mm256_unpackhi_epi8(a, b), _mm256_unpackhi_epi8(c, d))};
+}
+#else
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
+  const auto third = [](Vec a16, Vec b16, Vec c16, Vec d16) {
+    const Vec inner = _mm_sub_epi16(c16, b16);
+    return _mm_add_epi16(_mm_sub_epi16(a16, d16), _mm_add_epi16(inner, _mm_add_epi16(inner, inner)));
+  };
+  const Vec zero = zeros();
+  return {third(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero), _mm_unpacklo_epi8(c, zero),
+                _mm_unpacklo_epi8(d, zero)),
+          third(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero), _mm_unpackhi_epi8(c, zero),
+                _mm_unpackhi_epi8(d, zero))};
+}
+#endif
+// Of a block of each row as row(i) loads it.
+template <typename Row>
+KIP_INLINE Words differenceOf(Row&& row) {
+  return difference(row(0), row(1), row(2), row(3));
+}
+KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
+  return differenceOf([&](int64_t i) { return load(row[i] + column); });
+}
+
+// 16 bits to 32, of which the upper ones are given: four columns to a half, as in everything that follows.
+KIP_INLINE void widen16(Vec words, Vec upper, Vec* sums) {
+  sums[0] = KIP_MM(unpacklo_epi16)(words, upper);
+  sums[1] = KIP_MM(unpackhi_epi16)(words, upper);
+}
+KIP_INLINE void widenSigned16(Words words, Vec (&sums)[4]) {
+  widen16(words.low, KIP_MM(srai_epi16)(words.low, 15), sums);
+  widen16(words.high, KIP_MM(srai_epi16)(words.high, 15), sums + 2);
+}
+
+// What comes next of a row; where that is past the row nothing is read.
+KIP_INLINE void prefetch(const uint8_t* at) {
+  _mm_prefetch(at + 256, _MM_HINT_T0);
+}
+
+// The first running sums of a block of bytes, in 16 bits.
+class ByteSums {
+ public:
+  KIP_INLINE explicit ByteSums(const int32_t* state) : sums_{load(state), load(state + lanes)} {}
+  KIP_INLINE void save(int32_t* state) const {
+    store(state, sums_.low);
+    store(state + lanes, sums_.high);
+  }
+  KIP_INLINE void add(const uint8_t* const (&row)[4], int64_t column) {
+    add(difference(row, column));
+    prefetch(row[0] + column);
+  }
+  KIP_INLINE void add(const Words& words) {
+    sums_.low = KIP_MM(add_epi16)(sums_.low, words.low);
+    sums_.high = KIP_MM(add_epi16)(sums_.high, words.high);
+  }
+  [[nodiscard]] KIP_INLINE const Words& words() const { return sums_; }
+
+ private:
+  Words sums_;
+};
+
+// The same of a step, spread out to 32 bits.
+struct ShortSums : ByteSums {
+  using ByteSums::ByteSums;
+  KIP_INLINE void add(const LineStep& step, int64_t column) { ByteSums::add(step.row, column); }
+  KIP_INLINE void spread(Vec (&sums)[4]) const { widenSigned16(words(), sums); }
+};
+
+// The running sums of a block in 32 bits.
+class WideColumnSums {
+ public:
+  KIP_INLINE explicit WideColumnSums(const int32_t* state) {
+    for (int64_t i = 0; i < 4; ++i) sums_[i] = load(state + i * lanes);
+  }
+  KIP_INLINE void save(int32_t* state) const {
+    for (int64_t i = 0; i < 4; ++i) store(state + i * lanes, sums_[i]);
+  }
+  KIP_INLINE void add(const Vec (&values)[4]) {
+    for (int64_t i = 0; i < 4; ++i) sums_[i] = KIP_MM(add_epi32)(sums_[i], values[i]);
+  }
+  [[nodiscard]] KIP_INLINE Vec operator[](int64_t i) const { return sums_[i]; }
+
+ private:
+  Vec sums_[4];
+};
+
+// The steps for one block of columns; output rows go to `rows`, a block each. `First`, the first running sums, takes a
+// step with add(step, column) and gives its sums with spread(sums). `state`: the sums of the block, three elements a
+// column.
+template <typename First, typename Step>
+void addBlock(const Step* steps, int64_t count, int64_t column, int32_t* state, int32_t* rows) {
+  int32_t* const third = state + 2 * block;
+  First first(state);
+  WideColumnSums second(state + block);
+  const int32_t* from = third;
+  int32_t* to = rows;
+  for (const Step* step = steps; step != steps + count; ++step) {
+    first.add(*step, column);
+    Vec sums[4];
+    first.spread(sums);
+    second.add(sums);
+    for (int64_t i = 0; i < 4; ++i) store(to + i * lanes, KIP_MM(add_epi32)(load(from + i * lanes), second[i]));
+    from = to;
+    to += step->isOutput ? block : 0;
+  }
+  first.save(state);
+  second.save(state + block);
+  for (int64_t i = 0; i < 4; ++i) store(third + i * lanes, load(from + i * lanes));
+}
+
+// A block of output rows to columns of the line: put(to, column) stores one.
+template <typename Put>
+KIP_INLINE void transposeBlock(const int32_t* rows, int32_t* line, Put&& put) {
+#pragma GCC unroll 8
+  for (int64_t quad = 0; quad < lanes; ++quad) {
+    const int64_t first = lanes == 8 ? quad % 2 * 16 + quad / 2 * 4 : quad * 4;
+    Vec column[4];
+    transposeQuads(rows + quad * 4, block, column);
+    for (int64_t i = 0; i < 4; ++i) put(line + (first + i) * lanes, column[i]);
+  }
+}
+
+// Room for a block of a group of output rows, and for the sums that are none yet.
+struct FinishedRows {
+  alignas(32) int32_t rows[size_t{(lanes + 1) * block}] = {};
+};
+
+// The steps for `columns` columns of a plane from `first` on; finished rows go to the line from `start` on with `put`,
+// or nowhere. `readable`: the columns that the rows have, at least a block.
+template <typename First, typename Step, typename Put>
+KIP_INLINE void addColumns(const Step* steps, int64_t count, int64_t readable, int64_t first, int64_t columns,
+                           int32_t* state, FinishedRows& finished, int32_t* start, Put&& put) {
+  state += first * 3;
+  for (int64_t at = 0; at < columns; at += block, state += 3 * block) {
+    // the last block ends with the row and has sums of its own for the columns that it shares with the one before
+    const int64_t column = smaller(first + at, readable - block);
+    addBlock<First>(steps, count, column, state, finished.rows);
+    if (start != nullptr) transposeBlock(finished.rows, start + (column - first) * lanes, put);
+  }
+}
+
+// ---- along the row
+
+KIP_INLINE Vec thirdDifference(const int32_t* column, int64_t box) {
+  const Vec inner = KIP_MM(sub_epi32)(load(column - 2 * box), load(column - box));
+  const Vec outer = KIP_MM(sub_epi32)(load(column), load(column - 3 * box));
+  return KIP_MM(add_epi32)(KIP_MM(add_epi32)(outer, inner), KIP_MM(add_epi32)(inner, inner));
+}
+
+// Three boxes along the line. Sums of one box and of two, for when they leave the next box, go where the column before
+// has done its service.
+struct BoxSums {
+  Vec one = zeros(), two = zeros();
+
+  // What the next column, `box` elements after its like, adds to the sum of three boxes.
+  KIP_INLINE Vec add(int32_t* column, int64_t box) {
+    const Vec leavingTwo = load(column - 2 * box);
+    const Vec leavingThree = load(column - 3 * box);
+    one = KIP_MM(add_epi32)(one, KIP_MM(sub_epi32)(load(column), load(column - box)));
+    store(column - box, one);
+    two = KIP_MM(add_epi32)(two, KIP_MM(sub_epi32)(one, leavingTwo));
+    store(column - 2 * box, two);
+    return KIP_MM(sub_epi32)(two, leavingThree);
+  }
+};
+
+// The sum of three boxes, in 32 bits or 64.
+
+struct Sums32 {
+  BoxSums boxes;
+  Vec sum = zeros();
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = KIP_MM(add_epi32)(sum, boxes.add(column, box)); }
+};
+
+template <Reach R>
+struct Sums64 {
+  Wide first = widenUnsigned(zeros()), second = first, sum = first;
+
+  KIP_INLINE void add(const int32_t* column, int64_t box) {
+    if constexpr (R == Reach::nothing) {
+      const Wide inner = widenUnsigned(load(column - 2 * box)) - widenUnsigned(load(column - box));
+      const Wide outer = widenUnsigned(load(column)) - widenUnsigned(load(column - 3 * box));
+      first = first + ((outer + inner) + (inner + inner));
+    } else {
+      first = first + widenSigned(thirdDifference(column, box));
+    }
+    second = second + first;
+    sum = sum + second;
+  }
+};
+
+template <>
+struct Sums64<Reach::second> {
+  BoxSums boxes;
+  Wide sum = widenUnsigned(zeros());
+
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = sum + widenSigned(boxes.add(column, box)); }
+};
+
+// Neighbouring columns of values as pixels in 32 bits, with the low bits of each.
+KIP_INLINE Vec lowWords(Vec a, Vec b) {
+#ifdef __AVX2__
+  return _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA);
+#else
+  return bitOr(bitAnd(a, _mm_set1_epi32(0xFFFF)), _mm_slli_epi32(b, 16));
+#endif
+}
+template <typename Pixel>
+KIP_INLINE Vec joinColumns(const int32_t* columns) {
+  if constexpr (sizeof(Pixel) == 2) {
+    return lowWords(load(columns), load(columns + lanes));
+  } else {
+    const Vec even = lowWords(load(columns), load(columns + 2 * lanes));
+    const Vec odd = lowWords(load(columns + lanes), load(columns + 3 * lanes));
+    return bitOr(bitAnd(even, KIP_MM(set1_epi16)(0xFF)), KIP_MM(slli_epi16)(odd, 8));
+  }
+}
+
+// Writes output rows, piece by piece of the line. Pixels wait column by column until there is a vector of them in every
+// row. `Row`, running sums, takes a column with add(column, constants) and gives the rows' pixels with
+// value(constants).
+template <typename Row, typename Constants, typename Pixel>
+class RowWriter {
+ public:
+  // The first output takes `taps` columns, each further one `sample` more.
+  RowWriter(const Row& row, const Constants& constants, int64_t taps, int64_t sample, int64_t outputs,
+            Pixel* const* out, int64_t rows)
+      : row_(row),
+        constants_(constants),
+        sample_(sample),
+        outputs_(outputs),
+        out_(out),
+        rows_(rows),
+        toSkip_(taps - 1) {}
+
+  // The next `columns` columns of the line, the first one at `column`.
+  KIP_INLINE void take(int32_t* column, int64_t columns) {
+    Row row = row_;
+    const Constants constants = constants_;
+    const int64_t sample = sample_;
+    int32_t* const end = column + columns * lanes;
+    while (column != end && written_ + waiting_ != outputs_) {
+      const int64_t left = (end - column) / lanes;
+      const int64_t skipped = smaller(toSkip_, left);
+      for (int64_t i = 0; i < skipped; ++i, column += lanes) row.add(column, constants);
+      toSkip_ -= skipped;
+      if (skipped == left) break;
+
+      const int64_t room = smaller(capacity - waiting_, outputs_ - written_ - waiting_);
+      const int64_t pixels = smaller(room, (left - skipped + sample - 1) / sample);
+      int32_t* to = pixels_ + waiting_ * lanes;
+      int32_t* const last = to + (pixels - 1) * lanes;
+      if (sample == 1) {
+        for (; to <= last; to += lanes, column += lanes) {
+          row.add(column, constants);
+          store(to, row.value(constants));
+        }
+      } else {
+        for (;; to += lanes) {
+          row.add(column, constants);
+          column += lanes;
+          store(to, row.value(constants));
+          if (to == last) break;
+          for (int64_t i = 1; i < sample; ++i, column += lanes) row.add(column, constants);
+        }
+      }
+      waiting_ += pixels;
+      toSkip_ = sample - 1;
+      if (waiting_ == capacity) flush();
+    }
+    row_ = row;
+  }
+
+  // Writes the pixels that wait.
+  void flush() {
+    for (int64_t at = 0; at < waiting_; at += perVector) {
+      Vec pixels[lanes];
+      for (int64_t i = 0; i < lanes; ++i) pixels[i] = joinColumns<Pixel>(pixels_ + at * lanes + i * perVector);
+      transpose(pixels);
+      const int64_t width = smaller(waiting_ - at, perVector);
+      for (int64_t i = 0; i < rows_; ++i) writePixels(out_[i] + written_ + at, pixels[i], width);
+    }
+    written_ += waiting_;
+    waiting_ = 0;
+  }
+
+ private:
+  static constexpr int64_t perVector = int64_t{sizeof(Vec) / sizeof(Pixel)};
+  static constexpr int64_t capacity = 128;
+
+  KIP_INLINE static void writePixels(Pixel* to, Vec pixels, int64_t width) {
+    if (width == perVector) {
+      store(to, pixels);
+    } else {
+      Pixel buffer[size_t{perVector}];
+      store(buffer, pixels);
+      std::memcpy(to, buffer, static_cast<size_t>(width) * sizeof(Pixel));
+    }
+  }
+
+  Row row_;
+  Constants constants_;
+  int64_t sample_, outputs_;
+  Pixel* const* out_;
+  int64_t rows_;
+  int64_t toSkip_;       // columns until the next output
+  int64_t waiting_ = 0;  // outputs in the buffer
+  int64_t written_ = 0;
+  alignas(32) int32_t pixels_[size_t{capacity * lanes}];
+};
+
+// The memory of a line: columns that were before, or zeros, the left pad, the piece at hand, the right pad. A request
+// may have several lines, `distance` elements apart, which go along together.
+struct LineMemory {
+  int64_t width;
+  int64_t leftPad, rightPad;        // columns beyond either edge
+  int64_t leftMirror, rightMirror;  // the nearest of them, which one reflection supplies; the others count as 0
+  int64_t history;                  // columns that were before: as far as a third difference reaches
+  int64_t piece;                    // columns of a piece, from pieceWidth
+  int32_t* memory;
+  int64_t lines, distance;
+};
+
+// Calls addColumns(first, columns, start) for every piece, which fills it from `start` on, and then take(column,
+// columns) with the columns that are new.
+template <typename AddColumns, typename Take>
+KIP_INLINE void forEachPiece(const LineMemory& line, AddColumns&& addColumns, Take&& take) {
+  int32_t* const start = line.memory + (line.history + line.leftPad) * lanes;
+  const auto ofEach = [&](auto&& change) {
+    for (int64_t i = 0; i < line.lines; ++i) change(start + i * line.distance);
+  };
+  ofEach([&](int32_t* at) {
+    int32_t* const before = at - (line.history + line.leftPad) * lanes;
+    std::memset(before, 0, static_cast<size_t>(at - before) * sizeof(int32_t));
+  });
+  for (int64_t first = 0; first < line.width; first += line.piece) {
+    const int64_t columns = smaller(line.piece, line.width - first);
+    const bool isLast = first + columns == line.width;
+    addColumns(first, columns, start);
+    if (first == 0) {
+      ofEach([&](int32_t* at) {
+        for (int64_t i = 0; i < line.leftMirror; ++i) store(at - (i + 1) * lanes, load(at + i * lanes));
+      });
+    }
+    if (isLast) {
+      ofEach([&](int32_t* at) {
+        int32_t* const end = at + columns * lanes;
+        for (int64_t i = 0; i < line.rightPad; ++i) {
+          store(end + i * lanes, i < line.rightMirror ? load(end - (i + 1) * lanes) : zeros());
+        }
+      });
+    }
+    const int64_t leftPad = first == 0 ? line.leftPad : 0;
+    take(start - leftPad * lanes, leftPad + columns + (isLast ? line.rightPad : 0));
+    if (isLast) return;
+    ofEach([&](int32_t* at) {
+      std::memmove(at - line.history * lanes, at + (columns - line.history) * lanes,
+                   static_cast<size_t>(line.history * lanes) * sizeof(int32_t));
+    });
+  }
+}
+
+// The steps of a group of rows without masks: addPiece(first, columns, start) brings columns to the line, or nowhere.
+template <typename Row, typename Constants, typename Pixel, typename AddPiece>
+KIP_INLINE void smoothGroup(const LineRequest& line, const Row& row, const Constants& constants, const LineStep* steps,
+                            int64_t count, int32_t* memory, Pixel* const* out, AddPiece&& addPiece) {
+  int64_t rows = 0;
+  for (int64_t i = 0; i < count; ++i) rows += steps[i].isOutput ? 1 : 0;
+  if (rows == 0) return addPiece(0, line.width, nullptr);
+
+  RowWriter<Row, Constants, Pixel> writer(row, constants, 3 * line.box - 2, line.sample, line.outputs, out, rows);
+  const LineMemory lineMemory = {.width = line.width,
+                                 .leftPad = line.leftPad,
+                                 .rightPad = line.rightPad,
+                                 .leftMirror = smaller(line.leftPad, line.width),
+                                 .rightMirror = smaller(line.rightPad, line.width),
+                                 .history = 3 * line.box,
+                                 .piece = pieceWidth(line.width, line.leftPad, line.rightPad, block),
+                                 .memory = memory,
+                                 .lines = 1,
+                                 .distance = 0};
+  forEachPiece(lineMemory, addPiece, [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
+  writer.flush();
+}
+
+}  // namespace
+
+}  // namespace kip

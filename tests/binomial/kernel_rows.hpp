@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+// The kernels, what they compute, and what their hooks serve.
+#pragma once
+
+#include <ostream>
+#include <vector>
+
+#include "binomial/kernels.hpp"
+#include "binomial/levels.hpp"
+#include "kip/host/ksys.h"
+#include "oracle/binomial.hpp"
+
+namespace kiptest {
+
+using kip::Kernel;
+using kip::KernelCall;
+
+template <typename Pixel>
+struct KernelRow {
+  const char* name;
+  Kernel<Pixel>* generic;
+  Kernel<Pixel>* hook;  // null: has none, its pass has
+  Plan plan;
+  bool masked;
+
+  [[nodiscard]] bool reduces() const { return plan.xStep * plan.yStep > 1; }
+  [[nodiscard]] bool alongBoth() const { return plan.alongX && plan.alongY; }
+  [[nodiscard]] bool alongXOnly() const { return !plan.alongY; }
+  [[nodiscard]] Kernel<Pixel>* kernel(bool served) const { return served && hook != nullptr ? hook : generic; }
+};
+
+template <auto Reduce, bool AlongX, typename Pixel>
+ksys_status reduceAlong(const KernelCall<Pixel>& call) {
+  return Reduce(call, AlongX, !AlongX);
+}
+
+inline constexpr Plan smooth5x5 = {true, true}, smooth5x1 = {true, false}, smooth1x5 = {false, true};
+
+template <typename Pixel>
+const std::vector<KernelRow<Pixel>>& kernelRows();
+
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the twins' names differ in their ending only
+#define KIP_KERNEL_ROWS(pixel, depth)                                                                              \
+  template <>                                                                                                      \
+  inline const std::vector<KernelRow<pixel>>& kernelRows() {                                                       \
+    using namespace kip;                                                                                           \
+    static const std::vector<KernelRow<pixel>> rows = {                                                            \
+        {"XY" #depth, gauss2_reduceXY##depth, gauss2_reduceXYVec##depth, bothAxes, false},                         \
+        {"X" #depth, reduceAlong<gauss2_reduceXOrY##depth, true>, nullptr, xAxis, false},                          \
+        {"Y" #depth, reduceAlong<gauss2_reduceXOrY##depth, false>, nullptr, yAxis, false},                         \
+        {"5x5_" #depth, gauss2_smooth5x5_##depth, gauss2_smooth5x5Vec##depth, smooth5x5, false},                   \
+        {"5x1_" #depth, gauss2_smooth5x1_##depth, gauss2_smooth5x1Vec##depth, smooth5x1, false},                   \
+        {"1x5_" #depth, gauss2_smooth1x5_##depth, gauss2_smooth1x5Vec##depth, smooth1x5, false},                   \
+        {"masked_XY" #depth, gauss2_reduceMaskedXY##depth, gauss2_reduceMaskedXYVec##depth, bothAxes, true},       \
+        {"masked_X" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, true>, nullptr, xAxis, true},              \
+        {"masked_Y" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, false>, nullptr, yAxis, true},             \
+        {"masked_5x5_" #depth, gauss2_smoothMasked5x5_##depth, gauss2_smoothMasked5x5Vec##depth, smooth5x5, true}, \
+        {"masked_5x1_" #depth, gauss2_smoothMasked5x1_##depth, gauss2_smoothMasked5x1Vec##depth, smooth5x1, true}, \
+        {"masked_1x5_" #depth, gauss2_smoothMasked1x5_##depth, gauss2_smoothMasked1x5Vec##depth, smooth1x5, true}, \
+    };                                                                                                             \
+    return rows;                                                                                                   \
+  }
+KIP_KERNEL_ROWS(uint8_t, 8)
+KIP_KERNEL_ROWS(uint16_t, 16)
+#undef KIP_KERNEL_ROWS
+
+// A processor as the hooks see it.
+struct Level {
+  const char* name;
+  int32_t vendor, features;
+
+  [[nodiscard]] bool has(int32_t feature) const { return (vendor == 1 || vendor == 5) && (features & feature) != 0; }
+};
+
+inline constexpr int32_t sse2Level = ksys_cpuMmxSse2 | ksys_cpuSse2Integer, sse41Level = sse2Level | ksys_cpuSse41;
+inline constexpr Level reduceLevels[] = {{"portable", 0, 0},
+                                         {"64", 5, ksys_cpuMmxSse2},
+                                         {"128_sse2", 5, sse2Level},
+                                         {"128", 1, sse41Level},
+                                         {"other_maker", 2, sse41Level},
+                                         {"256", 5, sse41Level | ksys_cpuAvx2},
+                                         {"256_alone", 1, ksys_cpuAvx2}};
+
+// Those that this machine can run.
+inline std::vector<Level> usableLevels() {
+  ksys_cpuinfo info;
+  if (ksys_cpuinfo_init(&info) != 0) info.features = 0;
+  std::vector<Level> levels;
+  for (const Level& level : reduceLevels) {
+    if ((level.features & ~info.features) == 0) levels.push_back(level);
+  }
+  return levels;
+}
+
+// How often a kernel asks for attention.
+template <typename Pixel>
+int32_t attentionChecks(const KernelRow<Pixel>& row, int32_t height) {
+  const auto perRows = [](int32_t rows) { return rows <= 0 ? 0 : (rows + 63) / 64; };
+  if (row.alongXOnly()) return perRows(height);
+  if (row.plan.alongX && row.reduces()) return perRows(height - 1);
+  return height < 5 ? 0 : perRows(height - (row.plan.alongX ? 2 : 4));
+}
+
+// Whether the hook, the kernel's own or its pass's, serves the request; else it answers with the fallback status.
+template <typename Pixel>
+bool serves(const KernelRow<Pixel>& row, const Level& level, int32_t width, int32_t height, bool wantsMask) {
+  if (!kip::hasVectorRows()) return false;
+  const bool isXY = row.alongBoth() && row.reduces(), is5x5 = row.alongBoth() && !row.reduces();
+  const bool vectors = level.has(sizeof(Pixel) == 1 ? ksys_cpuSse2Integer : ksys_cpuSse41);
+  if (!row.masked) return width > 2 && (vectors || sizeof(Pixel) == 1 || (isXY && height < 2));
+  if (!vectors) return false;
+  if (row.plan.alongX && !is5x5 && width <= 2) return false;
+  if (row.plan.alongY && !isXY && height < 5) return false;
+  return wantsMask || is5x5;
+}
+
+// Which outputs of a masked hook are quotients: those around column x of a source of that width.
+template <typename Pixel>
+bool isQuotient(const KernelRow<Pixel>& row, int32_t x, int32_t width) {
+  if (row.alongXOnly()) return x >= 2 && x < 2 + std::max(width - 4, 0) / 8 * 8;
+  return x / row.plan.xStep < width / row.plan.xStep / 8 * 8;
+}
+
+}  // namespace kiptest
