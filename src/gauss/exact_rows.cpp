@@ -26,14 +26,6 @@ struct LongSums : WideColumnSums {
 
 // ---- along the row
 
-// Eight doubles, as the lanes follow one another.
-KIP_INLINE Doubles fromSigned(Vec value) {
-  return {_mm256_cvtepi32_pd(_mm256_castsi256_si128(value)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(value, 1))};
-}
-KIP_INLINE Vec toSigned(Doubles a) {
-  return _mm256_set_m128i(_mm256_cvttpd_epi32(a.high), _mm256_cvttpd_epi32(a.low));
-}
-
 // What the rows become along the line, column by column.
 
 struct IntegerRow {
@@ -43,22 +35,19 @@ struct IntegerRow {
     Vec evenShift, oddShift;
   };
   static Constants constantsOf(const Vec2Line& line) {
-    return {line.line.box * lanes, _mm256_set1_epi32(static_cast<int32_t>(line.multiplier)),
-            _mm256_set1_epi64x(line.shift), _mm256_set1_epi64x(line.shift - 32)};
+    return {line.line.box * lanes, all32(static_cast<int32_t>(line.multiplier)), all64(line.shift),
+            all64(line.shift - 32)};
   }
 
   BoxSums boxes;
   Vec sum;
 
-  explicit IntegerRow(const Vec2Line& line) : sum(_mm256_set1_epi32(static_cast<int32_t>(line.half))) {}
+  explicit IntegerRow(const Vec2Line& line) : sum(all32(static_cast<int32_t>(line.half))) {}
   KIP_INLINE void add(int32_t* column, const Constants& constants) {
-    sum = _mm256_add_epi32(sum, boxes.add(column, constants.box));
+    sum = add32(sum, boxes.add(column, constants.box));
   }
   [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
-    const Vec even = _mm256_mul_epu32(sum, constants.multiplier);
-    const Vec odd = _mm256_mul_epu32(_mm256_shuffle_epi32(sum, 0xF5), constants.multiplier);
-    return _mm256_blend_epi32(_mm256_srlv_epi64(even, constants.evenShift), _mm256_srlv_epi64(odd, constants.oddShift),
-                              0xAA);
+    return divide32(sum, constants.multiplier, constants.evenShift, constants.oddShift);
   }
 };
 

@@ -24,7 +24,7 @@ struct FixedPointRow {
 
   explicit FixedPointRow(const Vec1Line& request) {
     if constexpr (!std::is_same_v<Sums, Sums32>) {
-      const Vec half = KIP_MM(set1_epi64x)(static_cast<int64_t>(request.half));
+      const Vec half = all64(static_cast<int64_t>(request.half));
       sums.sum = {half, half};
     }
   }
@@ -36,10 +36,9 @@ struct FixedPointRow {
     } else {
       most = narrow(sums.sum >> constants.shift);
     }
-    const Vec value = shiftRight32(KIP_MM(madd_epi16)(most, constants.multiplier), constants.finalShift);
+    const Vec value = shiftRight32(multiplyPairs16(most, constants.multiplier), constants.finalShift);
     if constexpr (Limit == 0) return value;
-    const Vec saturated = KIP_MM(min_epi16)(KIP_MM(packs_epi32)(value, value), KIP_MM(set1_epi16)(Limit));
-    return KIP_MM(unpacklo_epi16)(saturated, zeros());
+    return limited16<Limit>(value);
   }
 };
 
@@ -47,7 +46,7 @@ template <typename Sums, int Limit, typename Pixel>
 void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
                 Pixel* const* out) {
   const Constants constants = {request.line.box * lanes, shift32By(request.shift), shift32By(request.finalShift),
-                               KIP_MM(set1_epi32)(request.multiplier)};
+                               all32(request.multiplier)};
   FinishedRows finished;
   const auto put = [](int32_t* to, Vec column) { store(to, column); };
   smoothGroup(request.line, FixedPointRow<Sums, Limit>(request), constants, steps, count, line, out,

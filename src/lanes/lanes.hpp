@@ -252,6 +252,106 @@ KIP_INLINE Vec equal(Doubles a, Doubles b) {
 #endif
 }
 
+// ---- sums and neighbours
+
+KIP_INLINE Vec add16(Vec a, Vec b) {
+  return KIP_MM(add_epi16)(a, b);
+}
+KIP_INLINE Vec add32(Vec a, Vec b) {
+  return KIP_MM(add_epi32)(a, b);
+}
+KIP_INLINE Vec sub32(Vec a, Vec b) {
+  return KIP_MM(sub_epi32)(a, b);
+}
+KIP_INLINE Vec all32(int32_t value) {
+  return KIP_MM(set1_epi32)(value);
+}
+KIP_INLINE Vec all64(int64_t value) {
+  return KIP_MM(set1_epi64x)(value);
+}
+// All bits of a lane of 16 bits are its sign.
+KIP_INLINE Vec signs16(Vec a) {
+  return KIP_MM(srai_epi16)(a, 15);
+}
+KIP_INLINE Vec interleaveLow16(Vec a, Vec b) {
+  return KIP_MM(unpacklo_epi16)(a, b);
+}
+KIP_INLINE Vec interleaveHigh16(Vec a, Vec b) {
+  return KIP_MM(unpackhi_epi16)(a, b);
+}
+// In 32-bit lanes: the products of pairs of 16-bit lanes, added.
+KIP_INLINE Vec multiplyPairs16(Vec a, Vec b) {
+  return KIP_MM(madd_epi16)(a, b);
+}
+// Signed lanes of 32 bits, not above a limit of 16 bits.
+template <int Limit>
+KIP_INLINE Vec limited16(Vec value) {
+  const Vec saturated = KIP_MM(min_epi16)(KIP_MM(packs_epi32)(value, value), KIP_MM(set1_epi16)(Limit));
+  return KIP_MM(unpacklo_epi16)(saturated, zeros());
+}
+
+// The third difference of a block of bytes, in 16 bits: its first half and its second half of each vector half.
+struct Words {
+  Vec low, high;
+};
+
+#ifdef __AVX2__
+KIP_INLINE Vec bytePairs(int first, int second) {
+  return _mm256_set1_epi16(static_cast<int16_t>((second & 0xFF) << 8 | (first & 0xFF)));
+}
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
+  const auto third = [](Vec ab, Vec cd) {
+    return _mm256_add_epi16(_mm256_maddubs_epi16(ab, bytePairs(1, -3)), _mm256_maddubs_epi16(cd, bytePairs(3, -1)));
+  };
+  return {third(_mm256_unpacklo_epi8(a, b), _mm256_unpacklo_epi8(c, d)),
+          third(_mm256_unpackhi_epi8(a, b), _mm256_unpackhi_epi8(c, d))};
+}
+#else
+KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
+  const auto third = [](Vec a16, Vec b16, Vec c16, Vec d16) {
+    const Vec inner = _mm_sub_epi16(c16, b16);
+    return _mm_add_epi16(_mm_sub_epi16(a16, d16), _mm_add_epi16(inner, _mm_add_epi16(inner, inner)));
+  };
+  const Vec zero = zeros();
+  return {third(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero), _mm_unpacklo_epi8(c, zero),
+                _mm_unpacklo_epi8(d, zero)),
+          third(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero), _mm_unpackhi_epi8(c, zero),
+                _mm_unpackhi_epi8(d, zero))};
+}
+#endif
+// What comes next of a row; where that is past the row nothing is read.
+KIP_INLINE void prefetch(const uint8_t* at) {
+  _mm_prefetch(at + 256, _MM_HINT_T0);
+}
+
+// Neighbouring columns of values as pixels in 32 bits, with the low bits of each.
+KIP_INLINE Vec lowWords(Vec a, Vec b) {
+#ifdef __AVX2__
+  return _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA);
+#else
+  return bitOr(bitAnd(a, _mm_set1_epi32(0xFFFF)), _mm_slli_epi32(b, 16));
+#endif
+}
+KIP_INLINE Vec lowBytes(Vec even, Vec odd) {
+  return bitOr(bitAnd(even, KIP_MM(set1_epi16)(0xFF)), KIP_MM(slli_epi16)(odd, 8));
+}
+
+#ifdef __AVX2__
+// Eight doubles, as the lanes follow one another.
+KIP_INLINE Doubles fromSigned(Vec value) {
+  return {_mm256_cvtepi32_pd(_mm256_castsi256_si128(value)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(value, 1))};
+}
+KIP_INLINE Vec toSigned(Doubles a) {
+  return _mm256_set_m128i(_mm256_cvttpd_epi32(a.high), _mm256_cvttpd_epi32(a.low));
+}
+// Unsigned sums times a multiplier, shifted right by the shift, of at least 32.
+KIP_INLINE Vec divide32(Vec sum, Vec multiplier, Vec evenShift, Vec oddShift) {
+  const Vec even = _mm256_mul_epu32(sum, multiplier);
+  const Vec odd = _mm256_mul_epu32(_mm256_shuffle_epi32(sum, 0xF5), multiplier);
+  return _mm256_blend_epi32(_mm256_srlv_epi64(even, evenShift), _mm256_srlv_epi64(odd, oddShift), 0xAA);
+}
+#endif
+
 // ---- rows to columns, for groups of `lanes` rows
 
 // Four neighbours of every row, whose quads are `pitch` apart, become four vectors, each a column: first, third,

@@ -19,35 +19,6 @@ namespace {
 
 constexpr int64_t block = 4 * lanes;  // columns that enter at once
 
-// The third difference of a block of bytes, in 16 bits: its first half and its second half of each vector half.
-struct Words {
-  Vec low, high;
-};
-
-#ifdef __AVX2__
-KIP_INLINE Vec bytePairs(int first, int second) {
-  return _mm256_set1_epi16(static_cast<int16_t>((second & 0xFF) << 8 | (first & 0xFF)));
-}
-KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
-  const auto third = [](Vec ab, Vec cd) {
-    return _mm256_add_epi16(_mm256_maddubs_epi16(ab, bytePairs(1, -3)), _mm256_maddubs_epi16(cd, bytePairs(3, -1)));
-  };
-  return {third(_mm256_unpacklo_epi8(a, b), _mm256_unpacklo_epi8(c, d)),
-          third(_mm256_unpackhi_epi8(a, b), _mm256_unpackhi_epi8(c, d))};
-}
-#else
-KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
-  const auto third = [](Vec a16, Vec b16, Vec c16, Vec d16) {
-    const Vec inner = _mm_sub_epi16(c16, b16);
-    return _mm_add_epi16(_mm_sub_epi16(a16, d16), _mm_add_epi16(inner, _mm_add_epi16(inner, inner)));
-  };
-  const Vec zero = zeros();
-  return {third(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero), _mm_unpacklo_epi8(c, zero),
-                _mm_unpacklo_epi8(d, zero)),
-          third(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero), _mm_unpackhi_epi8(c, zero),
-                _mm_unpackhi_epi8(d, zero))};
-}
-#endif
 // Of a block of each row as row(i) loads it.
 template <typename Row>
 KIP_INLINE Words differenceOf(Row&& row) {
@@ -59,17 +30,12 @@ KIP_INLINE Words difference(const uint8_t* const (&row)[4], int64_t column) {
 
 // 16 bits to 32, of which the upper ones are given: four columns to a half, as in everything that follows.
 KIP_INLINE void widen16(Vec words, Vec upper, Vec* sums) {
-  sums[0] = KIP_MM(unpacklo_epi16)(words, upper);
-  sums[1] = KIP_MM(unpackhi_epi16)(words, upper);
+  sums[0] = interleaveLow16(words, upper);
+  sums[1] = interleaveHigh16(words, upper);
 }
 KIP_INLINE void widenSigned16(Words words, Vec (&sums)[4]) {
-  widen16(words.low, KIP_MM(srai_epi16)(words.low, 15), sums);
-  widen16(words.high, KIP_MM(srai_epi16)(words.high, 15), sums + 2);
-}
-
-// What comes next of a row; where that is past the row nothing is read.
-KIP_INLINE void prefetch(const uint8_t* at) {
-  _mm_prefetch(at + 256, _MM_HINT_T0);
+  widen16(words.low, signs16(words.low), sums);
+  widen16(words.high, signs16(words.high), sums + 2);
 }
 
 // The first running sums of a block of bytes, in 16 bits.
@@ -85,8 +51,8 @@ class ByteSums {
     prefetch(row[0] + column);
   }
   KIP_INLINE void add(const Words& words) {
-    sums_.low = KIP_MM(add_epi16)(sums_.low, words.low);
-    sums_.high = KIP_MM(add_epi16)(sums_.high, words.high);
+    sums_.low = add16(sums_.low, words.low);
+    sums_.high = add16(sums_.high, words.high);
   }
   [[nodiscard]] KIP_INLINE const Words& words() const { return sums_; }
 
@@ -111,7 +77,7 @@ class WideColumnSums {
     for (int64_t i = 0; i < 4; ++i) store(state + i * lanes, sums_[i]);
   }
   KIP_INLINE void add(const Vec (&values)[4]) {
-    for (int64_t i = 0; i < 4; ++i) sums_[i] = KIP_MM(add_epi32)(sums_[i], values[i]);
+    for (int64_t i = 0; i < 4; ++i) sums_[i] = add32(sums_[i], values[i]);
   }
   [[nodiscard]] KIP_INLINE Vec operator[](int64_t i) const { return sums_[i]; }
 
@@ -134,7 +100,7 @@ void addBlock(const Step* steps, int64_t count, int64_t column, int32_t* state, 
     Vec sums[4];
     first.spread(sums);
     second.add(sums);
-    for (int64_t i = 0; i < 4; ++i) store(to + i * lanes, KIP_MM(add_epi32)(load(from + i * lanes), second[i]));
+    for (int64_t i = 0; i < 4; ++i) store(to + i * lanes, add32(load(from + i * lanes), second[i]));
     from = to;
     to += step->isOutput ? block : 0;
   }
@@ -177,9 +143,9 @@ KIP_INLINE void addColumns(const Step* steps, int64_t count, int64_t readable, i
 // ---- along the row
 
 KIP_INLINE Vec thirdDifference(const int32_t* column, int64_t box) {
-  const Vec inner = KIP_MM(sub_epi32)(load(column - 2 * box), load(column - box));
-  const Vec outer = KIP_MM(sub_epi32)(load(column), load(column - 3 * box));
-  return KIP_MM(add_epi32)(KIP_MM(add_epi32)(outer, inner), KIP_MM(add_epi32)(inner, inner));
+  const Vec inner = sub32(load(column - 2 * box), load(column - box));
+  const Vec outer = sub32(load(column), load(column - 3 * box));
+  return add32(add32(outer, inner), add32(inner, inner));
 }
 
 // Three boxes along the line. Sums of one box and of two, for when they leave the next box, go where the column before
@@ -191,11 +157,11 @@ struct BoxSums {
   KIP_INLINE Vec add(int32_t* column, int64_t box) {
     const Vec leavingTwo = load(column - 2 * box);
     const Vec leavingThree = load(column - 3 * box);
-    one = KIP_MM(add_epi32)(one, KIP_MM(sub_epi32)(load(column), load(column - box)));
+    one = add32(one, sub32(load(column), load(column - box)));
     store(column - box, one);
-    two = KIP_MM(add_epi32)(two, KIP_MM(sub_epi32)(one, leavingTwo));
+    two = add32(two, sub32(one, leavingTwo));
     store(column - 2 * box, two);
-    return KIP_MM(sub_epi32)(two, leavingThree);
+    return sub32(two, leavingThree);
   }
 };
 
@@ -205,7 +171,7 @@ struct Sums32 {
   BoxSums boxes;
   Vec sum = zeros();
 
-  KIP_INLINE void add(int32_t* column, int64_t box) { sum = KIP_MM(add_epi32)(sum, boxes.add(column, box)); }
+  KIP_INLINE void add(int32_t* column, int64_t box) { sum = add32(sum, boxes.add(column, box)); }
 };
 
 template <Reach R>
@@ -233,14 +199,6 @@ struct Sums64<Reach::second> {
   KIP_INLINE void add(int32_t* column, int64_t box) { sum = sum + widenSigned(boxes.add(column, box)); }
 };
 
-// Neighbouring columns of values as pixels in 32 bits, with the low bits of each.
-KIP_INLINE Vec lowWords(Vec a, Vec b) {
-#ifdef __AVX2__
-  return _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA);
-#else
-  return bitOr(bitAnd(a, _mm_set1_epi32(0xFFFF)), _mm_slli_epi32(b, 16));
-#endif
-}
 template <typename Pixel>
 KIP_INLINE Vec joinColumns(const int32_t* columns) {
   if constexpr (sizeof(Pixel) == 2) {
@@ -248,7 +206,7 @@ KIP_INLINE Vec joinColumns(const int32_t* columns) {
   } else {
     const Vec even = lowWords(load(columns), load(columns + 2 * lanes));
     const Vec odd = lowWords(load(columns + lanes), load(columns + 3 * lanes));
-    return bitOr(bitAnd(even, KIP_MM(set1_epi16)(0xFF)), KIP_MM(slli_epi16)(odd, 8));
+    return lowBytes(even, odd);
   }
 }
 
