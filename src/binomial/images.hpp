@@ -3,23 +3,21 @@
 #pragma once
 
 #include "binomial/kernels.hpp"
-#include "frame/cleanup.hpp"
+#include "frame/images.hpp"
 #include "geometry/span.hpp"
 #include "kip/host/kimg.h"
 
 namespace kip {
 
-// An image that `construct` has made, with that status, lives until the end of the call.
-[[nodiscard]] inline ksys_status adoptImage(Cleanup& cleanup, kimg_image& image, ksys_status constructed) {
-  if (failed(constructed)) return constructed;
-  ksys_typeCheck_kimg_image(&image);
-  ksys_typeCheckFunc_kimg_image(kimg_image_destruct);
-  cleanup.pushObject<kimg_image_destruct>(&image);
-  return constructed;
-}
-[[nodiscard]] inline ksys_status adoptImage8(Cleanup& cleanup, kimg_image8& image, ksys_status constructed) {
-  if (!failed(constructed)) ksys_typeCheck_kimg_image8(&image);
-  return adoptImage(cleanup, image, constructed);
+// An unbound destination takes new pixels over the rectangle; then so does its mask, when there is one and it is
+// unbound.
+template <typename Pixel>
+[[nodiscard]] ksys_status bindUnbound(kimg_image& dst, kimg_image8* dstMask, const kstd_rect32& rect) {
+  ksys_status status = kimg_image_assignNewRect(&dst, &rect, int32_t{sizeof(Pixel)});
+  if (failed(status) || dstMask == nullptr) return status;
+  int32_t isBound = 0;
+  if (failed(status = kimg_image_getIsBound(dstMask, &isBound)) || isBound != 0) return status;
+  return kimg_image8_assignNewRect(dstMask, &rect);
 }
 
 [[nodiscard]] inline ksys_status pointTo(kimg_window& window, const kstd_rect32& rect) {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "frame/status.hpp"
+#include "frame/optimized.hpp"
 
 namespace kip {
 
@@ -33,24 +33,37 @@ struct KernelCall {
 template <typename Pixel>
 using Kernel = ksys_status(const KernelCall<Pixel>& call);
 
-// The five-tap kernel 1 4 6 4 1 along both axes and every second column and row. The Vec kernels of this header are
-// hooks: what they do not serve they answer with the fallback status before anything is written. Without masks they
-// give the generic kernels' integers; with masks the outputs in whole steps of eight are single-precision quotients.
-Kernel<uint8_t> gauss2_reduceXY8, gauss2_reduceXYVec8, gauss2_reduceMaskedXY8, gauss2_reduceMaskedXYVec8;
-Kernel<uint16_t> gauss2_reduceXY16, gauss2_reduceXYVec16, gauss2_reduceMaskedXY16, gauss2_reduceMaskedXYVec16;
+// The axes along which a kernel smooths, and a reduction drops every second pixel.
+enum class Axes { both, x, y };
 
-// Along one axis, exactly one flag set: a pass without sampling, then every second column or row.
-[[nodiscard]] ksys_status gauss2_reduceXOrY8(const KernelCall<uint8_t>& call, bool xFlag, bool yFlag);
-[[nodiscard]] ksys_status gauss2_reduceXOrY16(const KernelCall<uint16_t>& call, bool xFlag, bool yFlag);
-[[nodiscard]] ksys_status gauss2_reduceMaskedXOrY8(const KernelCall<uint8_t>& call, bool xFlag, bool yFlag);
-[[nodiscard]] ksys_status gauss2_reduceMaskedXOrY16(const KernelCall<uint16_t>& call, bool xFlag, bool yFlag);
+[[nodiscard]] constexpr bool alongX(Axes axes) {
+  return axes != Axes::y;
+}
+[[nodiscard]] constexpr bool alongY(Axes axes) {
+  return axes != Axes::x;
+}
 
-// Passes without sampling: both axes with one rounding, horizontal, vertical.
-Kernel<uint8_t> gauss2_smooth5x5_8, gauss2_smooth5x5Vec8, gauss2_smoothMasked5x5_8, gauss2_smoothMasked5x5Vec8;
-Kernel<uint16_t> gauss2_smooth5x5_16, gauss2_smooth5x5Vec16, gauss2_smoothMasked5x5_16, gauss2_smoothMasked5x5Vec16;
-Kernel<uint8_t> gauss2_smooth5x1_8, gauss2_smooth5x1Vec8, gauss2_smoothMasked5x1_8, gauss2_smoothMasked5x1Vec8;
-Kernel<uint16_t> gauss2_smooth5x1_16, gauss2_smooth5x1Vec16, gauss2_smoothMasked5x1_16, gauss2_smoothMasked5x1Vec16;
-Kernel<uint8_t> gauss2_smooth1x5_8, gauss2_smooth1x5Vec8, gauss2_smoothMasked1x5_8, gauss2_smoothMasked1x5Vec8;
-Kernel<uint16_t> gauss2_smooth1x5_16, gauss2_smooth1x5Vec16, gauss2_smoothMasked1x5_16, gauss2_smoothMasked1x5Vec16;
+// A kernel's two versions, and the name by which the host may forbid the optimized one. That one is a hook: what it
+// does not serve it answers with the fallback status before anything is written. Without masks both give the same
+// integers; with masks the hook's outputs in whole steps of eight are single-precision quotients.
+template <typename Pixel>
+struct Versions {
+  const wchar_t* name;
+  Kernel<Pixel>* hook;  // null: serves nothing
+  Kernel<Pixel>* portable;
+};
+
+// Weights 1 4 6 4 1 along the axes, with one rounding: every pixel, or every second one along the same axes.
+template <typename Pixel, bool Masked>
+[[nodiscard]] const Versions<Pixel>& smoothing(Axes axes);
+template <typename Pixel, bool Masked>
+[[nodiscard]] const Versions<Pixel>& reduction(Axes axes);
+
+template <typename Pixel>
+[[nodiscard]] ksys_status run(const Versions<Pixel>& versions, const KernelCall<Pixel>& call) {
+  return runOptimized(
+      versions.name, [&] { return versions.hook == nullptr ? statusFallback : versions.hook(call); },
+      [&] { return versions.portable(call); });
+}
 
 }  // namespace kip

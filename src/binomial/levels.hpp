@@ -22,10 +22,5 @@ template <typename Pixel>
   if constexpr (sizeof(Pixel) == 1) return portableRows8;
   if constexpr (sizeof(Pixel) == 2) return portableRows16;
 }
-template <typename Pixel>
-[[nodiscard]] ksys_status selectPortableRows(const RowKernels<Pixel>*& rows) {
-  rows = &portableRows<Pixel>();
-  return 0;
-}
 
 }  // namespace kip

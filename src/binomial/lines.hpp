@@ -69,8 +69,8 @@ class HostVector {
 
 // Five lines in one block.
 template <typename Element>
-[[nodiscard]] ksys_status allocateLines(Cleanup& cleanup, Buffer<Element>& block, int64_t elements,
-                                        Element* (&lines)[5]) {
+[[nodiscard]] ksys_status allocateLines(Cleanup& cleanup, int64_t elements, Element* (&lines)[5]) {
+  Buffer<Element> block;
   const int64_t pitch = linePitch(elements);
   const ksys_status status = block.allocate(cleanup, 5 * pitch);
   if (failed(status)) return status;
@@ -79,8 +79,9 @@ template <typename Element>
 }
 
 // The same with a mask, and a scratch line behind them.
-[[nodiscard]] inline ksys_status allocateLines(Cleanup& cleanup, Buffer<uint32_t>& block, int64_t elements,
-                                               int64_t scratchWords, MaskedLine (&lines)[5], uint16_t*& scratch) {
+[[nodiscard]] inline ksys_status allocateLines(Cleanup& cleanup, int64_t elements, int64_t scratchWords,
+                                               MaskedLine (&lines)[5], uint16_t*& scratch) {
+  Buffer<uint32_t> block;
   const int64_t pitch = linePitch(elements);
   const ksys_status status = block.allocate(cleanup, 5 * pitch + (5 * pitch + scratchWords + 1) / 2);
   if (failed(status)) return status;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "binomial/dest_rect.hpp"
-#include "binomial/dispatch.hpp"
 #include "binomial/images.hpp"
 #include "binomial/reduce.hpp"
 #include "frame/check.hpp"
-#include "frame/images.hpp"
+#include "kip/gauss2.h"
 
 namespace kip {
 
@@ -27,41 +26,42 @@ double translationOf(int32_t phase, bool flag) {
 }
 
 template <typename Pixel, bool Masked>
-ksys_status reducePixels(const Reduction& reduction, const kstd_rect32& srcWas, const kstd_rect32& srcIs,
+ksys_status reducePixels(const Reduction& request, const kstd_rect32& srcWas, const kstd_rect32& srcIs,
                          kimg_windowConst& src) {
-  kimg_window dst = *reduction.dst;
-  ksys_status status = pointTo(dst, reduction.target);
+  kimg_window dst = *request.dst;
+  ksys_status status = pointTo(dst, request.target);
   if (failed(status)) return status;
   kimg_window8Const srcMask = {};
   kimg_window8 dstMask = {};
   if constexpr (Masked) {
-    srcMask = *reduction.srcMask;
+    srcMask = *request.srcMask;
     if (failed(status = pointAlong(srcMask, srcWas, srcIs))) return status;
-    if (reduction.dstMask != nullptr) {
-      dstMask = *reduction.dstMask;
-      if (failed(status = pointTo(dstMask, reduction.target))) return status;
+    if (request.dstMask != nullptr) {
+      dstMask = *request.dstMask;
+      if (failed(status = pointTo(dstMask, request.target))) return status;
     }
   }
-  const auto call = makeCall<Pixel>(src, Masked ? &srcMask : nullptr, dst,
-                                    Masked && reduction.dstMask != nullptr ? &dstMask : nullptr);
-  return runReduction<Pixel, Masked>(reduction.flags.x, reduction.flags.y, call);
+  const auto call =
+      makeCall<Pixel>(src, Masked ? &srcMask : nullptr, dst, request.dstMask != nullptr ? &dstMask : nullptr);
+  return run(reduction<Pixel, Masked>(request.axes), call);
 }
 
+}  // namespace
+
 template <typename Pixel, bool Masked>
-ksys_status reduceWindows(const Reduction& reduction) {
-  check((reduction.srcLinear == nullptr) == (reduction.dstLinear == nullptr));
-  check((reduction.srcGeneral == nullptr) == (reduction.dstGeneral == nullptr));
-  check((reduction.srcMask != nullptr) == Masked);
-  const auto [xFlag, yFlag] = reduction.flags;
-  check(xFlag || yFlag);
-  const kstd_rect32& target = reduction.target;
+ksys_status reduceWindows(const Reduction& request) {
+  check((request.srcLinear == nullptr) == (request.dstLinear == nullptr));
+  check((request.srcGeneral == nullptr) == (request.dstGeneral == nullptr));
+  check((request.srcMask != nullptr) == Masked);
+  const bool xFlag = alongX(request.axes), yFlag = alongY(request.axes);
+  const kstd_rect32& target = request.target;
   int32_t isNull = 0;
   ksys_status status = kstd_rect32_getIsNull(&target, &isNull);
   if (failed(status)) return status;
   int32_t isWhole = 0;
-  if (failed(status = kstd_rect32_compareEqual(&target, &reduction.reduced, &isWhole))) return status;
+  if (failed(status = kstd_rect32_compareEqual(&target, &request.reduced, &isWhole))) return status;
 
-  kimg_windowConst src = *reduction.src;
+  kimg_windowConst src = *request.src;
   kstd_rect32 srcWas;
   if (failed(status = getWindow<Pixel>(src, srcWas))) return status;
   kstd_rect32 srcIs = srcWas;
@@ -74,7 +74,7 @@ ksys_status reduceWindows(const Reduction& reduction) {
   int32_t xPhase = 0;
   int32_t yPhase = 0;
   if (isNull == 0) {
-    if (failed(status = reducePixels<Pixel, Masked>(reduction, srcWas, srcIs, src))) return status;
+    if (failed(status = reducePixels<Pixel, Masked>(request, srcWas, srcIs, src))) return status;
     xPhase = phaseOf(srcIs.x, target.x, xFlag);
     yPhase = phaseOf(srcIs.y, target.y, yFlag);
   }
@@ -83,91 +83,97 @@ ksys_status reduceWindows(const Reduction& reduction) {
   status = kmath_xformLinear_initMatrixTransElements(&srcFromDst, stepOf(xFlag), 0, 0, stepOf(yFlag),
                                                      translationOf(xPhase, xFlag), translationOf(yPhase, yFlag));
   if (failed(status)) return status;
-  if (reduction.srcLinear != nullptr) {
+  if (request.srcLinear != nullptr) {
     // both may be the same record
-    const kmath_xformLinear clientFromSrc = *reduction.srcLinear;
-    status = kmath_xformLinear_initCompose(reduction.dstLinear, &clientFromSrc, &srcFromDst);
+    const kmath_xformLinear clientFromSrc = *request.srcLinear;
+    status = kmath_xformLinear_initCompose(request.dstLinear, &clientFromSrc, &srcFromDst);
     if (failed(status)) return status;
   }
-  if (reduction.srcGeneral != nullptr) {
-    status = kmath_xformPtrhConst_assignComposePtrhLinear(reduction.dstGeneral, reduction.srcGeneral, &srcFromDst);
+  if (request.srcGeneral != nullptr) {
+    status = kmath_xformPtrhConst_assignComposePtrhLinear(request.dstGeneral, request.srcGeneral, &srcFromDst);
   }
   return status;
 }
 
+template ksys_status reduceWindows<uint8_t, false>(const Reduction& request);
+template ksys_status reduceWindows<uint8_t, true>(const Reduction& request);
+template ksys_status reduceWindows<uint16_t, false>(const Reduction& request);
+template ksys_status reduceWindows<uint16_t, true>(const Reduction& request);
+
+namespace {
+
 template <typename Pixel, bool Masked>
-ksys_status smoothWindow(Reduction reduction) {
-  check(reduction.src != nullptr && reduction.dst != nullptr);
+ksys_status smoothWindow(Axes axes, const kimg_windowConst* src, const kimg_window8Const* srcMask,
+                         const kmath_xformLinear* srcLinear, const kimg_window* dst, const kimg_window8* dstMask,
+                         kmath_xformLinear* dstLinear) {
+  check(src != nullptr && dst != nullptr);
   kstd_rect32 rect;
-  ksys_status status = getWindow<Pixel>(*reduction.src, rect);
+  ksys_status status = getWindow<Pixel>(*src, rect);
   if (failed(status)) return status;
-  reduction.reduced = gauss2_destRect(rect, reduction.flags.x, reduction.flags.y);
-  if (failed(status = getWindow<Pixel>(*reduction.dst, rect))) return status;
-  if (failed(status = kstd_rect32_intersect(&rect, &reduction.reduced, &reduction.target))) return status;
-  return reduceWindows<Pixel, Masked>(reduction);
-}
-
-template <typename Pixel>
-ksys_status smoothWindow(const kimg_windowConst* src, const kmath_xformLinear* srcLinear, const kimg_window* dst,
-                         kmath_xformLinear* dstLinear, ReductionFlags flags) {
-  return smoothWindow<Pixel, false>({.src = src,
-                                     .dst = dst,
-                                     .reduced = {},
-                                     .target = {},
-                                     .srcLinear = srcLinear,
-                                     .dstLinear = dstLinear,
-                                     .flags = flags});
-}
-
-template <typename Pixel>
-ksys_status smoothMaskedWindow(const kimg_windowConst* src, const kimg_window8Const* srcMask,
-                               const kmath_xformLinear* srcLinear, const kimg_window* dst, const kimg_window8* dstMask,
-                               kmath_xformLinear* dstLinear, ReductionFlags flags) {
-  return smoothWindow<Pixel, true>({.src = src,
-                                    .srcMask = srcMask,
-                                    .dst = dst,
-                                    .dstMask = dstMask,
-                                    .reduced = {},
-                                    .target = {},
-                                    .srcLinear = srcLinear,
-                                    .dstLinear = dstLinear,
-                                    .flags = flags});
+  const kstd_rect32 reduced = gauss2_destRect(rect, alongX(axes), alongY(axes));
+  if (failed(status = getWindow<Pixel>(*dst, rect))) return status;
+  if (failed(status = kstd_rect32_intersect(&rect, &reduced, &rect))) return status;
+  return reduceWindows<Pixel, Masked>({.src = src,
+                                       .srcMask = srcMask,
+                                       .dst = dst,
+                                       .dstMask = dstMask,
+                                       .axes = axes,
+                                       .reduced = reduced,
+                                       .target = rect,
+                                       .srcLinear = srcLinear,
+                                       .dstLinear = dstLinear});
 }
 
 }  // namespace
 
-ksys_status gauss2_reduceWindows8(const Reduction& reduction) {
-  return reduceWindows<uint8_t, false>(reduction);
-}
-ksys_status gauss2_reduceWindows16(const Reduction& reduction) {
-  return reduceWindows<uint16_t, false>(reduction);
-}
-ksys_status gauss2_reduceMaskedWindows8(const Reduction& reduction) {
-  return reduceWindows<uint8_t, true>(reduction);
-}
-ksys_status gauss2_reduceMaskedWindows16(const Reduction& reduction) {
-  return reduceWindows<uint16_t, true>(reduction);
-}
-
-ksys_status gauss2_smoothWindow8(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
-                                 const kimg_window* dst, kmath_xformLinear* dstClientFromImage, ReductionFlags flags) {
-  return smoothWindow<uint8_t>(src, srcClientFromImage, dst, dstClientFromImage, flags);
-}
-ksys_status gauss2_smoothWindow16(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
-                                  const kimg_window* dst, kmath_xformLinear* dstClientFromImage, ReductionFlags flags) {
-  return smoothWindow<uint16_t>(src, srcClientFromImage, dst, dstClientFromImage, flags);
-}
-ksys_status gauss2_smoothMaskedWindow8(const kimg_windowConst* src, const kimg_window8Const* srcMask,
-                                       const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
-                                       const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage,
-                                       ReductionFlags flags) {
-  return smoothMaskedWindow<uint8_t>(src, srcMask, srcClientFromImage, dst, dstMask, dstClientFromImage, flags);
-}
-ksys_status gauss2_smoothMaskedWindow16(const kimg_windowConst* src, const kimg_window8Const* srcMask,
-                                        const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
-                                        const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage,
-                                        ReductionFlags flags) {
-  return smoothMaskedWindow<uint16_t>(src, srcMask, srcClientFromImage, dst, dstMask, dstClientFromImage, flags);
-}
-
 }  // namespace kip
+
+using kip::Axes;
+
+ksys_status kip_gauss2_smoothWindow8_8(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
+                                       const kimg_window* dst, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, false>(Axes::both, src, nullptr, srcClientFromImage, dst, nullptr,
+                                           dstClientFromImage);
+}
+
+ksys_status kip_gauss2_smoothWindow16_16(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
+                                         const kimg_window* dst, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint16_t, false>(Axes::both, src, nullptr, srcClientFromImage, dst, nullptr,
+                                            dstClientFromImage);
+}
+
+ksys_status kip_gauss2X_smoothWindow8_8(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
+                                        const kimg_window* dst, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, false>(Axes::x, src, nullptr, srcClientFromImage, dst, nullptr, dstClientFromImage);
+}
+
+ksys_status kip_gauss2Y_smoothWindow8_8(const kimg_windowConst* src, const kmath_xformLinear* srcClientFromImage,
+                                        const kimg_window* dst, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, false>(Axes::y, src, nullptr, srcClientFromImage, dst, nullptr, dstClientFromImage);
+}
+
+ksys_status kip_gauss2_smoothMaskedWindow8_8(const kimg_windowConst* src, const kimg_window8Const* srcMask,
+                                             const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
+                                             const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, true>(Axes::both, src, srcMask, srcClientFromImage, dst, dstMask,
+                                          dstClientFromImage);
+}
+
+ksys_status kip_gauss2_smoothMaskedWindow16_16(const kimg_windowConst* src, const kimg_window8Const* srcMask,
+                                               const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
+                                               const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint16_t, true>(Axes::both, src, srcMask, srcClientFromImage, dst, dstMask,
+                                           dstClientFromImage);
+}
+
+ksys_status kip_gauss2X_smoothMaskedWindow8_8(const kimg_windowConst* src, const kimg_window8Const* srcMask,
+                                              const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
+                                              const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, true>(Axes::x, src, srcMask, srcClientFromImage, dst, dstMask, dstClientFromImage);
+}
+
+ksys_status kip_gauss2Y_smoothMaskedWindow8_8(const kimg_windowConst* src, const kimg_window8Const* srcMask,
+                                              const kmath_xformLinear* srcClientFromImage, const kimg_window* dst,
+                                              const kimg_window8* dstMask, kmath_xformLinear* dstClientFromImage) {
+  return kip::smoothWindow<uint8_t, true>(Axes::y, src, srcMask, srcClientFromImage, dst, dstMask, dstClientFromImage);
+}

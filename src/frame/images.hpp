@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/cleanup.hpp"
 
@@ -37,15 +38,24 @@ template <typename Pixel>
   return ImageOf<Pixel>::getWindow(&window, &rect);
 }
 
-// A new image over exactly that rectangle, which lives until the end of the call.
-template <typename Pixel>
-[[nodiscard]] ksys_status constructImage(Cleanup& cleanup, kimg_image& image, const kstd_rect32& rect) {
-  const ksys_status status = ImageOf<Pixel>::construct(&image, rect.width, rect.height);
-  if (failed(status)) return status;
-  ImageOf<Pixel>::typeCheck(&image);
+// An image that the host has constructed, with that status, lives until the end of the call. Pixel: when it was
+// constructed by an operation for these pixels.
+template <typename Pixel = void>
+[[nodiscard]] ksys_status adoptImage(Cleanup& cleanup, kimg_image& image, ksys_status constructed) {
+  if (failed(constructed)) return constructed;
+  if constexpr (!std::is_void_v<Pixel>) ImageOf<Pixel>::typeCheck(&image);
   ksys_typeCheck_kimg_image(&image);
   ksys_typeCheckFunc_kimg_image(kimg_image_destruct);
   cleanup.pushObject<kimg_image_destruct>(&image);
+  return constructed;
+}
+
+// A new image over exactly that rectangle, which lives until the end of the call.
+template <typename Pixel>
+[[nodiscard]] ksys_status constructImage(Cleanup& cleanup, kimg_image& image, const kstd_rect32& rect) {
+  const ksys_status status =
+      adoptImage<Pixel>(cleanup, image, ImageOf<Pixel>::construct(&image, rect.width, rect.height));
+  if (failed(status)) return status;
   image.x = rect.x;
   image.y = rect.y;
   return status;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "binomial/kernels.hpp"
@@ -17,52 +18,46 @@ using kip::KernelCall;
 
 template <typename Pixel>
 struct KernelRow {
-  const char* name;
-  Kernel<Pixel>* generic;
-  Kernel<Pixel>* hook;  // null: has none, its pass has
+  std::string name;
+  kip::Versions<Pixel> versions;
   Plan plan;
   bool masked;
 
   [[nodiscard]] bool reduces() const { return plan.xStep * plan.yStep > 1; }
   [[nodiscard]] bool alongBoth() const { return plan.alongX && plan.alongY; }
   [[nodiscard]] bool alongXOnly() const { return !plan.alongY; }
-  [[nodiscard]] Kernel<Pixel>* kernel(bool served) const { return served && hook != nullptr ? hook : generic; }
+  [[nodiscard]] Kernel<Pixel>* kernel(bool served) const {
+    return served && versions.hook != nullptr ? versions.hook : versions.portable;
+  }
 };
 
-template <auto Reduce, bool AlongX, typename Pixel>
-ksys_status reduceAlong(const KernelCall<Pixel>& call) {
-  return Reduce(call, AlongX, !AlongX);
+inline constexpr struct {
+  kip::Axes axes;
+  const char *reduction, *smoothing;
+  Plan reduced, smoothed;
+} kernelAxes[] = {{kip::Axes::both, "XY", "5x5_", bothAxes, {true, true}},
+                  {kip::Axes::x, "X", "5x1_", xAxis, {true, false}},
+                  {kip::Axes::y, "Y", "1x5_", yAxis, {false, true}}};
+
+template <typename Pixel, bool Masked>
+void addKernelRows(std::vector<KernelRow<Pixel>>& rows) {
+  const std::string before = Masked ? "masked_" : "", depth = std::to_string(8 * sizeof(Pixel));
+  for (const auto& [axes, reduction, smoothing, reduced, smoothed] : kernelAxes) {
+    rows.push_back({before + reduction + depth, kip::reduction<Pixel, Masked>(axes), reduced, Masked});
+    rows.push_back({before + smoothing + depth, kip::smoothing<Pixel, Masked>(axes), smoothed, Masked});
+  }
 }
 
-inline constexpr Plan smooth5x5 = {true, true}, smooth5x1 = {true, false}, smooth1x5 = {false, true};
-
 template <typename Pixel>
-const std::vector<KernelRow<Pixel>>& kernelRows();
-
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the twins' names differ in their ending only
-#define KIP_KERNEL_ROWS(pixel, depth)                                                                              \
-  template <>                                                                                                      \
-  inline const std::vector<KernelRow<pixel>>& kernelRows() {                                                       \
-    using namespace kip;                                                                                           \
-    static const std::vector<KernelRow<pixel>> rows = {                                                            \
-        {"XY" #depth, gauss2_reduceXY##depth, gauss2_reduceXYVec##depth, bothAxes, false},                         \
-        {"X" #depth, reduceAlong<gauss2_reduceXOrY##depth, true>, nullptr, xAxis, false},                          \
-        {"Y" #depth, reduceAlong<gauss2_reduceXOrY##depth, false>, nullptr, yAxis, false},                         \
-        {"5x5_" #depth, gauss2_smooth5x5_##depth, gauss2_smooth5x5Vec##depth, smooth5x5, false},                   \
-        {"5x1_" #depth, gauss2_smooth5x1_##depth, gauss2_smooth5x1Vec##depth, smooth5x1, false},                   \
-        {"1x5_" #depth, gauss2_smooth1x5_##depth, gauss2_smooth1x5Vec##depth, smooth1x5, false},                   \
-        {"masked_XY" #depth, gauss2_reduceMaskedXY##depth, gauss2_reduceMaskedXYVec##depth, bothAxes, true},       \
-        {"masked_X" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, true>, nullptr, xAxis, true},              \
-        {"masked_Y" #depth, reduceAlong<gauss2_reduceMaskedXOrY##depth, false>, nullptr, yAxis, true},             \
-        {"masked_5x5_" #depth, gauss2_smoothMasked5x5_##depth, gauss2_smoothMasked5x5Vec##depth, smooth5x5, true}, \
-        {"masked_5x1_" #depth, gauss2_smoothMasked5x1_##depth, gauss2_smoothMasked5x1Vec##depth, smooth5x1, true}, \
-        {"masked_1x5_" #depth, gauss2_smoothMasked1x5_##depth, gauss2_smoothMasked1x5Vec##depth, smooth1x5, true}, \
-    };                                                                                                             \
-    return rows;                                                                                                   \
-  }
-KIP_KERNEL_ROWS(uint8_t, 8)
-KIP_KERNEL_ROWS(uint16_t, 16)
-#undef KIP_KERNEL_ROWS
+const std::vector<KernelRow<Pixel>>& kernelRows() {
+  static const auto rows = [] {
+    std::vector<KernelRow<Pixel>> all;
+    addKernelRows<Pixel, false>(all);
+    addKernelRows<Pixel, true>(all);
+    return all;
+  }();
+  return rows;
+}
 
 // A processor as the hooks see it.
 struct Level {

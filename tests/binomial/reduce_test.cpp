@@ -309,12 +309,10 @@ TEST(Reduce, ArgumentChecks) {
   EXPECT_TRUE(failsCheck([&] { kip_gauss2_smooth8_8(nullptr, dst.image()); }));
   EXPECT_TRUE(failsCheck([&] { kip_gauss2_smooth8_8(src.image(), nullptr); }));
   EXPECT_TRUE(failsCheck([&] { kip_gauss2_smoothMasked8_8(src.image(), nullptr, dst.image(), nullptr); }));
-  kip::Reduction core = {
-      .src = src.constWindow(), .dst = dst.window(), .reduced = rect, .target = rect, .flags = {false, false}};
-  EXPECT_TRUE(failsCheck([&] { static_cast<void>(kip::gauss2_reduceWindows8(core)); }));
-  core.flags = kip::reduceBoth;  // the source begins where twice the target does not
-  core.target = core.reduced = {3, 3, 4, 4};
-  EXPECT_TRUE(failsCheck([&] { static_cast<void>(kip::gauss2_reduceWindows8(core)); }));
+  const kstd_rect32 odd = {3, 3, 4, 4};  // the source begins where twice the target does not
+  const kip::Reduction core = {
+      .src = src.constWindow(), .dst = dst.window(), .axes = kip::Axes::both, .reduced = odd, .target = odd};
+  EXPECT_TRUE(failsCheck([&] { static_cast<void>(kip::reduceWindows<uint8_t, false>(core)); }));
 }
 
 }  // namespace

@@ -100,8 +100,8 @@ Verdict checkReduce(const ReduceCase<Pixel>& test, const kiptest::KernelRow<Pixe
     const ProcessorOverride processor(level.vendor, level.features);
     const AttentionProbe attention;
     const Fault fault = runGuarded([&] {
-      if (!served && row.hook != nullptr) {
-        refusal = row.hook(call);
+      if (!served && row.versions.hook != nullptr) {
+        refusal = row.versions.hook(call);
         untouched = attention.count() == 0 && dst.intactOutside({}) && dstMask.intactOutside({});
       }
       status = kernel(call);

@@ -39,7 +39,7 @@ void addRows(std::vector<Row>& rows, const Level& level) {
       const bool served = serves(row, level, test.src.width, test.src.height, test.wantsMask);
       return checkReduce(test, row, row.kernel(served), level, served);
     };
-    rows.push_back({std::string(row.name) + '/' + level.name, level.features, reduceCases,
+    rows.push_back({row.name + '/' + level.name, level.features, reduceCases,
                     [draw](uint64_t seed, int32_t index) { return draw(seed, index).describe(); }, check,
                     [&row, level] { return benchReduce(row, level); }});
   }

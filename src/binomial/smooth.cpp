@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "binomial/smooth_window.hpp"
-
 #include <algorithm>
 
-#include "binomial/dispatch.hpp"
 #include "binomial/images.hpp"
-#include "frame/images.hpp"
 #include "kip/gauss2.h"
 #include "kip/host/kpel.h"
 
@@ -32,8 +28,8 @@ ksys_status runPasses(KernelCall<Pixel> call, const Target& last, const Target& 
   for (int32_t toGo = std::max(xRadius, yRadius) / 2; toGo > 0; --toGo) {
     const Target& target = toGo % 2 != 0 ? last : other;
     setTarget(call, target.image, Masked ? &target.mask : nullptr);
-    const Pass pass = xRadius > 0 && yRadius > 0 ? Pass::both : xRadius > 0 ? Pass::horizontal : Pass::vertical;
-    const ksys_status status = runPass<Pixel, Masked>(pass, call);
+    const Axes axes = xRadius > 0 && yRadius > 0 ? Axes::both : xRadius > 0 ? Axes::x : Axes::y;
+    const ksys_status status = run(smoothing<Pixel, Masked>(axes), call);
     if (failed(status)) return status;
     call.src = call.dst;
     call.srcPitch = call.dstPitch;
@@ -46,12 +42,10 @@ ksys_status runPasses(KernelCall<Pixel> call, const Target& last, const Target& 
   return 0;
 }
 
-}  // namespace
-
 template <typename Pixel, bool Masked>
-ksys_status smoothNoSampleWindow(const kimg_windowConst* srcWindow, const kimg_window8Const* srcMaskWindow,
-                                 const kimg_window* dstWindow, const kimg_window8* dstMaskWindow, int32_t xRadius,
-                                 int32_t yRadius) {
+ksys_status smoothWindow(const kimg_windowConst* srcWindow, const kimg_window8Const* srcMaskWindow,
+                         const kimg_window* dstWindow, const kimg_window8* dstMaskWindow, int32_t xRadius,
+                         int32_t yRadius) {
   kimg_image8 passMask;
   kimg_image otherImage;
   kimg_image8 otherMask;
@@ -81,7 +75,7 @@ ksys_status smoothNoSampleWindow(const kimg_windowConst* srcWindow, const kimg_w
         if (failed(status = pointAlong(last.mask, dstRect, rect))) return status;
       }
       // every pass needs a result mask, wanted or not
-      status = adoptImage8(cleanup, passMask, kimg_image8_constructRect(&passMask, &rect));
+      status = adoptImage<uint8_t>(cleanup, passMask, kimg_image8_constructRect(&passMask, &rect));
       if (failed(status)) return status;
       if (dstMaskWindow == nullptr) {
         if (failed(status = kimg_window8_init(&last.mask, &passMask))) return status;
@@ -105,7 +99,7 @@ ksys_status smoothNoSampleWindow(const kimg_windowConst* srcWindow, const kimg_w
       if (failed(status)) return status;
       if (failed(status = kimg_window_init(&other.image, &otherImage))) return status;
       if constexpr (Masked) {
-        status = adoptImage8(cleanup, otherMask, kimg_image8_constructRect(&otherMask, &rect));
+        status = adoptImage<uint8_t>(cleanup, otherMask, kimg_image8_constructRect(&otherMask, &rect));
         if (failed(status)) return status;
         if (failed(status = kimg_window8_init(&other.mask, &otherMask))) return status;
       }
@@ -115,38 +109,80 @@ ksys_status smoothNoSampleWindow(const kimg_windowConst* srcWindow, const kimg_w
   });
 }
 
-template ksys_status smoothNoSampleWindow<uint8_t, false>(const kimg_windowConst*, const kimg_window8Const*,
-                                                          const kimg_window*, const kimg_window8*, int32_t, int32_t);
-template ksys_status smoothNoSampleWindow<uint16_t, false>(const kimg_windowConst*, const kimg_window8Const*,
-                                                           const kimg_window*, const kimg_window8*, int32_t, int32_t);
-template ksys_status smoothNoSampleWindow<uint8_t, true>(const kimg_windowConst*, const kimg_window8Const*,
-                                                         const kimg_window*, const kimg_window8*, int32_t, int32_t);
-template ksys_status smoothNoSampleWindow<uint16_t, true>(const kimg_windowConst*, const kimg_window8Const*,
-                                                          const kimg_window*, const kimg_window8*, int32_t, int32_t);
+template <typename Pixel, bool Masked>
+ksys_status smoothImage(const kimg_imageConst* src, const kimg_image8* srcMask, kimg_image* dst, kimg_image8* dstMask,
+                        int32_t xRadius, int32_t yRadius) {
+  check(src != nullptr && dst != nullptr && (srcMask != nullptr) == Masked);
+  int32_t isBound = 0;
+  ksys_status status = kimg_image_getIsBound(dst, &isBound);
+  if (failed(status)) return status;
+  kimg_windowConst srcWindow;
+  if (failed(status = kimg_windowConst_init(&srcWindow, src))) return status;
+  kimg_window8Const srcMaskWindow;
+  if (Masked && failed(status = kimg_window8Const_init(&srcMaskWindow, srcMask))) return status;
+
+  if (isBound == 0) {
+    kstd_rect32 rect;
+    if (failed(status = kimg_imageConst_getWindow(src, &rect))) return status;
+    if (failed(status = bindUnbound<Pixel>(*dst, dstMask, rect))) return status;
+  }
+  kimg_window dstWindow;
+  if (failed(status = kimg_window_init(&dstWindow, dst))) return status;
+  kimg_window8 dstMaskWindow;
+  if (dstMask != nullptr && failed(status = kimg_window8_init(&dstMaskWindow, dstMask))) return status;
+
+  status = smoothWindow<Pixel, Masked>(&srcWindow, Masked ? &srcMaskWindow : nullptr, &dstWindow,
+                                       dstMask != nullptr ? &dstMaskWindow : nullptr, xRadius, yRadius);
+  if (failed(status)) return status;
+  if (failed(status = kimg_image_copyXforms(dst, src)) || dstMask == nullptr) return status;
+  return kimg_image_copyXforms(dstMask, src);
+}
+
+}  // namespace
 
 }  // namespace kip
 
 ksys_status kip_gauss2_smoothNoSampleWindow8_8(const kimg_windowConst* srcWindow, const kimg_window* dstWindow,
                                                int32_t xRadius, int32_t yRadius) {
-  return kip::smoothNoSampleWindow<uint8_t, false>(srcWindow, nullptr, dstWindow, nullptr, xRadius, yRadius);
+  return kip::smoothWindow<uint8_t, false>(srcWindow, nullptr, dstWindow, nullptr, xRadius, yRadius);
 }
 
 ksys_status kip_gauss2_smoothNoSampleWindow16_16(const kimg_windowConst* srcWindow, const kimg_window* dstWindow,
                                                  int32_t xRadius, int32_t yRadius) {
-  return kip::smoothNoSampleWindow<uint16_t, false>(srcWindow, nullptr, dstWindow, nullptr, xRadius, yRadius);
+  return kip::smoothWindow<uint16_t, false>(srcWindow, nullptr, dstWindow, nullptr, xRadius, yRadius);
 }
 
 ksys_status kip_gauss2_smoothNoSampleMaskedWindow8_8(const kimg_windowConst* srcWindow,
                                                      const kimg_window8Const* srcMaskWindow,
                                                      const kimg_window* dstWindow, const kimg_window8* dstMaskWindow,
                                                      int32_t xRadius, int32_t yRadius) {
-  return kip::smoothNoSampleWindow<uint8_t, true>(srcWindow, srcMaskWindow, dstWindow, dstMaskWindow, xRadius, yRadius);
+  return kip::smoothWindow<uint8_t, true>(srcWindow, srcMaskWindow, dstWindow, dstMaskWindow, xRadius, yRadius);
 }
 
 ksys_status kip_gauss2_smoothNoSampleMaskedWindow16_16(const kimg_windowConst* srcWindow,
                                                        const kimg_window8Const* srcMaskWindow,
                                                        const kimg_window* dstWindow, const kimg_window8* dstMaskWindow,
                                                        int32_t xRadius, int32_t yRadius) {
-  return kip::smoothNoSampleWindow<uint16_t, true>(srcWindow, srcMaskWindow, dstWindow, dstMaskWindow, xRadius,
-                                                   yRadius);
+  return kip::smoothWindow<uint16_t, true>(srcWindow, srcMaskWindow, dstWindow, dstMaskWindow, xRadius, yRadius);
+}
+
+ksys_status kip_gauss2_smoothNoSample8_8(const kimg_imageConst* src, kimg_image* dst, int32_t xRadius,
+                                         int32_t yRadius) {
+  return kip::smoothImage<uint8_t, false>(src, nullptr, dst, nullptr, xRadius, yRadius);
+}
+
+ksys_status kip_gauss2_smoothNoSample16_16(const kimg_imageConst* src, kimg_image* dst, int32_t xRadius,
+                                           int32_t yRadius) {
+  return kip::smoothImage<uint16_t, false>(src, nullptr, dst, nullptr, xRadius, yRadius);
+}
+
+ksys_status kip_gauss2_smoothNoSampleMasked8_8(const kimg_imageConst* src, const kimg_image8* srcMask, kimg_image* dst,
+                                               kimg_image8* dstMask, int32_t xRadius, int32_t yRadius) {
+  return kip::smoothImage<uint8_t, true>(src, srcMask, dst, dstMask, xRadius, yRadius);
+}
+
+ksys_status kip_gauss2_smoothNoSampleMasked16_16(const kimg_imageConst* src, const kimg_image8* srcMask,
+                                                 kimg_image* dst, kimg_image8* dstMask, int32_t xRadius,
+                                                 int32_t yRadius) {
+  return kip::smoothImage<uint16_t, true>(src, srcMask, dst, dstMask, xRadius, yRadius);
 }
