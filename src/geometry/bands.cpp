@@ -8,10 +8,9 @@ using kip::check;
 
 int32_t kip::gauss_computeBandCount(const kip_gaussParams& params, const kstd_rect32& source,
                                     const kstd_rect32& padding, const kstd_rect32& destination, int32_t maximum) {
-  // the rows that a band walks through are at least five times those of the padding
-  const double taps = static_cast<double>(yKernel(params).taps().size);
-  const double rows = ((1.25 * (padding.height - 1.0)) / (1.25 - 1.0) - taps) / params.ySample + 1.0 + 1.0;
-  const int64_t minimum = std::max<int64_t>(static_cast<int64_t>(rows), 10);
+  // the rows under a band's kernels are at least five times those of the padding
+  const int64_t rows = 5 * (int64_t{padding.height} - 1) - yKernel(params).taps().size;
+  const int64_t minimum = std::max<int64_t>(rows / params.ySample + 2, 10);
   // the area wraps around in 32 bits: huge sources are not cut
   const auto area = static_cast<int32_t>(static_cast<uint32_t>(source.width) * static_cast<uint32_t>(source.height));
   const int32_t byArea = kmath_double_ceil(area / 16384.0);

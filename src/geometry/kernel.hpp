@@ -41,10 +41,13 @@ struct AxisKernel {
   }
 };
 
-[[nodiscard]] constexpr AxisKernel xKernel(const ksGaussParams& params) {
+// Of either parameter record.
+template <typename Params>
+[[nodiscard]] constexpr AxisKernel xKernel(const Params& params) {
   return {params.xSample, int64_t{params.xSigma} + 1};
 }
-[[nodiscard]] constexpr AxisKernel yKernel(const ksGaussParams& params) {
+template <typename Params>
+[[nodiscard]] constexpr AxisKernel yKernel(const Params& params) {
   return {params.ySample, int64_t{params.ySigma} + 1};
 }
 

@@ -3,55 +3,52 @@
 
 namespace kip {
 
-AxisGeometry computeAxis(const AxisKernel& kernel, Span source, Span valid, Span requested) {
-  AxisGeometry axis;
-  if (valid.isNull() || requested.isNull()) return axis;
+namespace {
+
+AxisGeometry computeAxis(const AxisRequest& request) {
+  const auto& [kernel, source, requested, extend] = request;
+  const Span valid = extend ? source : erode(source, kernel.taps());
+  if (valid.isNull()) return {};
   const Span reachable = kernel.destinationOf(valid);
-  if (reachable.isNull()) return axis;
-  const Span destination = intersect(requested, reachable);
-  if (destination.isNull()) return axis;
-  axis.destination = destination;
-  axis.positions = kernel.positionsOf(destination);
-  axis.needed = dilate(axis.positions, kernel.taps());
-  axis.source = intersect(axis.needed, source);
-  axis.padding = erode(axis.needed, axis.source);
-  return axis;
+  const Span destination = requested ? intersect(*requested, reachable) : reachable;
+  if (destination.isNull()) return {};
+  const Span needed = dilate(kernel.positionsOf(destination), kernel.taps());
+  const Span read = intersect(needed, source);
+  return {.destination = destination, .needed = needed, .source = read, .padding = erode(needed, read)};
 }
 
-ksys_status checkFits32(const AxisKernel& xKernel, const AxisKernel& yKernel, const AxisGeometry& x,
-                        const AxisGeometry& y) {
-  if (!xKernel.taps().fits32() || !yKernel.taps().fits32()) return KIP_STATUS_BAD_SIGMA;
-  if (x.isNull() || y.isNull()) return 0;
+}  // namespace
+
+ksys_status computeAxes(const AxisRequest& xRequest, const AxisRequest& yRequest, AxisGeometry& x, AxisGeometry& y) {
+  if (!xRequest.kernel.taps().fits32() || !yRequest.kernel.taps().fits32()) return KIP_STATUS_BAD_SIGMA;
+  x = computeAxis(xRequest);
+  y = computeAxis(yRequest);
+  if (x.isNull() || y.isNull()) x = y = {};
   return x.fits32() && y.fits32() ? 0 : KIP_STATUS_BAD_SIGMA;
 }
 
-ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params,
-                           const std::optional<ksIRegion>& requested, RequestGeometry& geometry) {
-  const bool extend = params.extendBorder != 0 && params.peakNormalize == 0;
-  const auto compute = [extend](const AxisKernel& kernel, Span sourceSpan, std::optional<Span> request) {
-    const Span valid = extend ? sourceSpan : erode(sourceSpan, kernel.taps());
-    return computeAxis(kernel, sourceSpan, valid, request ? *request : kernel.destinationOf(valid));
-  };
-  const AxisKernel xs = xKernel(params);
-  const AxisKernel ys = yKernel(params);
-  const AxisGeometry x = compute(xs, columns(source), requested ? std::optional(columns(*requested)) : std::nullopt);
-  const AxisGeometry y = compute(ys, rows(source), requested ? std::optional(rows(*requested)) : std::nullopt);
-
-  const ksys_status status = checkFits32(xs, ys, x, y);
+ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params, const ksIRegion* requested,
+                           RequestGeometry& geometry) {
+  AxisRequest xRequest = {.kernel = xKernel(params), .source = columns(source)};
+  AxisRequest yRequest = {.kernel = yKernel(params), .source = rows(source)};
+  if (requested != nullptr) {
+    xRequest.requested = columns(*requested);
+    yRequest.requested = rows(*requested);
+  }
+  xRequest.extend = yRequest.extend = params.extendBorder != 0 && params.peakNormalize == 0;
+  AxisGeometry x, y;
+  const ksys_status status = computeAxes(xRequest, yRequest, x, y);
   if (failed(status)) return status;
-  geometry = {
-      .kernel = makeRegion(xs.taps(), ys.taps()), .destination = {}, .positions = {}, .source = {}, .padding = {}};
-  if (x.isNull() || y.isNull()) return 0;
-  geometry.destination = makeRegion(x.destination, y.destination);
-  geometry.positions = makeRegion(x.positions, y.positions);
-  geometry.source = makeRegion(x.source, y.source);
-  geometry.padding = makeRegion(x.padding, y.padding);
+  geometry = {.kernel = makeRegion(xRequest.kernel.taps(), yRequest.kernel.taps()),
+              .destination = makeRegion(x.destination, y.destination),
+              .source = makeRegion(x.source, y.source),
+              .padding = makeRegion(x.padding, y.padding)};
   return 0;
 }
 
 ksys_status gauss_computeDstRegion(const ksIRegion& source, const ksGaussParams& params, ksIRegion& destination) {
   RequestGeometry geometry;
-  const ksys_status status = computeRequest(source, params, std::nullopt, geometry);
+  const ksys_status status = computeRequest(source, params, nullptr, geometry);
   if (!failed(status)) destination = geometry.destination;
   return status;
 }

@@ -26,13 +26,8 @@ ksys_status gauss_engineSetup(const ksImage* source, ksVImage** destination, con
   check(params->xSigma >= 0 && params->ySigma >= 0);
   check(params->scale > 0.0f);
 
-  std::optional<ksIRegion> request;
-  if (*destination != nullptr) {
-    request = *ksVImageRegion(*destination);
-  } else if (requested != nullptr) {
-    request = *requested;
-  }
-  const ksys_status status = computeRequest(*ksImageRegion(source), *params, request, geometry);
+  const ksIRegion* const decides = *destination != nullptr ? ksVImageRegion(*destination) : requested;
+  const ksys_status status = computeRequest(*ksImageRegion(source), *params, decides, geometry);
   if (failed(status)) return status;
 
   if (requested != nullptr) *requested = geometry.destination;

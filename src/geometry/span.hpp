@@ -50,17 +50,21 @@ struct Span {
   return static_cast<int32_t>(std::clamp<int64_t>(value, Limits::min(), Limits::max()));
 }
 
-[[nodiscard]] constexpr Span columns(const ksIRegion& region) {
-  return {region.x, region.width};
+// Of regions and rectangles.
+template <typename Rect>
+[[nodiscard]] constexpr Span columns(const Rect& rect) {
+  return {rect.x, rect.width};
 }
-[[nodiscard]] constexpr Span rows(const ksIRegion& region) {
-  return {region.y, region.height};
+template <typename Rect>
+[[nodiscard]] constexpr Span rows(const Rect& rect) {
+  return {rect.y, rect.height};
+}
+template <typename Rect>
+[[nodiscard]] constexpr bool isNull(const Rect& rect) {
+  return rect.width <= 0 || rect.height <= 0;
 }
 [[nodiscard]] constexpr ksIRegion makeRegion(Span x, Span y) {
   return {saturate32(x.start), saturate32(y.start), saturate32(x.size), saturate32(y.size)};
-}
-[[nodiscard]] constexpr bool isNull(const ksIRegion& region) {
-  return region.width <= 0 || region.height <= 0;
 }
 
 }  // namespace kip

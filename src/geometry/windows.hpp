@@ -9,17 +9,6 @@
 
 namespace kip {
 
-[[nodiscard]] constexpr AxisKernel xKernel(const kip_gaussParams& params) {
-  return {params.xSample, int64_t{params.xSigma} + 1};
-}
-[[nodiscard]] constexpr AxisKernel yKernel(const kip_gaussParams& params) {
-  return {params.ySample, int64_t{params.ySigma} + 1};
-}
-
-[[nodiscard]] constexpr bool isNull(const kstd_rect32& rect) {
-  return rect.width <= 0 || rect.height <= 0;
-}
-
 // Argument check: sample factors and sigmas that the arithmetic of regions takes.
 void checkGeometryParams(const kip_gaussParams* params);
 

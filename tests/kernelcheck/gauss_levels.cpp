@@ -89,7 +89,7 @@ Engine level2Engine(const GaussCase& test, bool is8, bool asRegion) {
   if (!is8 || test.computed.width == 0 || sigma != params.ySigma || sigma < 1 || sigma > 2) return Engine::portable;
   if (asRegion && (test.computed.width <= 32 || test.computed.height <= 32)) return Engine::portable;
   kip::RequestGeometry geometry;
-  static_cast<void>(kip::computeRequest(test.source.region, params, test.destination, geometry));
+  static_cast<void>(kip::computeRequest(test.source.region, params, &test.destination, geometry));
   if (geometry.source.width < 32) return Engine::portable;
   if (sigma == 1) return params.xSample < 4 && params.ySample < 4 ? Engine::vec2Sigma1 : Engine::portable;
   return geometry.source.height < 7 ? Engine::portable : Engine::vec2Sigma2;
