@@ -23,8 +23,8 @@ ksys_status gauss_vectorDispatch(const ksImage* source, ksVImage* destination, c
 
 }  // namespace
 
-ksys_status gauss_smooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                         ksIRegion* requested, ksVImage** out, int64_t& finished) {
+ksys_status dispatch(const ksImage* source, ksVImage* destination, const ksGaussParams* params, ksIRegion* requested,
+                     ksVImage** out, int64_t& finished) {
   return runOptimized(
       L"gauss", [&] { return gauss_vectorDispatch(source, destination, params, requested, out, finished); },
       [&] { return gauss_genericSmooth(source, destination, params, requested, out, finished); });
@@ -35,5 +35,5 @@ ksys_status gauss_smooth(const ksImage* source, ksVImage* destination, const ksG
 ksys_status kip_gauss(const ksImage* src, ksVImage* dst, const ksGaussParams* params, ksIRegion* region,
                       ksVImage** out) {
   int64_t finished = 0;
-  return kip::gauss_smooth(src, dst, params, region, out, finished);
+  return kip::dispatch(src, dst, params, region, out, finished);
 }

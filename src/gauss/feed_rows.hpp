@@ -5,21 +5,22 @@
 
 #include "frame/status.hpp"
 #include "gauss/source_rows.hpp"
-#include "geometry/regions.hpp"
+#include "gauss/work.hpp"
 #include "lanes/line_request.hpp"
 
 namespace kip {
 
 // Lets the padded rows of a request through a kernel: smooth(steps, count, out) takes those up to the next `group`
 // output rows, at most 8, whose pixels are at outRow(row). poll(row) is asked before each group and at every 64th row,
-// when no output row waits; `finished` counts the output rows.
+// when no output row waits.
 template <typename Pixel, typename Poll, typename OutRow, typename Smooth>
-[[nodiscard]] ksys_status feedRows(const ksGaussParams& params, const RequestGeometry& geometry, const SourceRows& rows,
-                                   int64_t group, int64_t& finished, Poll&& poll, OutRow&& outRow, Smooth&& smooth) {
+[[nodiscard]] ksys_status feedRows(const Work& work, const SourceRows& rows, int64_t group, Poll&& poll,
+                                   OutRow&& outRow, Smooth&& smooth) {
+  const RequestGeometry& geometry = work.geometry;
   constexpr int64_t mostSteps = 64;
   const int64_t top = geometry.padding.y;
   const int64_t end = top + geometry.source.height + geometry.padding.height - 1;
-  const int64_t box = yKernel(params).box;
+  const int64_t box = yKernel(work.params).box;
   int64_t toNextOutput = geometry.kernel.height;
   int32_t output = 0;
   for (int64_t row = top; row < end;) {
@@ -27,7 +28,7 @@ template <typename Pixel, typename Poll, typename OutRow, typename Smooth>
     if (failed(status)) return status;
     const int64_t limit = std::min((row | (mostSteps - 1)) + 1, end);
     LineStep steps[mostSteps];
-    Pixel* out[8];
+    Pixel* out[8] = {};
     int64_t count = 0;
     int64_t outputs = 0;
     for (; row < limit && outputs < group; ++row) {
@@ -38,12 +39,12 @@ template <typename Pixel, typename Poll, typename OutRow, typename Smooth>
       }
       step.isOutput = --toNextOutput == 0;
       if (step.isOutput) {
-        toNextOutput = params.ySample;
+        toNextOutput = work.params.ySample;
         out[outputs++] = outRow(output++);
       }
     }
     smooth(steps, count, out);
-    finished += outputs;
+    work.finished += outputs;
   }
   return 0;
 }

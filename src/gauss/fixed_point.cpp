@@ -124,17 +124,18 @@ ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destinatio
   const auto run = [&](auto* first, int64_t stride, auto smoothRows) {
     using Pixel = std::remove_pointer_t<decltype(first)>;
     return feedRows<Pixel>(
-        params, geometry, sourceRows, vec1Vectors.rows, finished, [](int64_t) -> ksys_status { return 0; },
+        {source, destination, params, geometry, finished}, sourceRows, vec1Vectors.rows,
+        [](int64_t) -> ksys_status { return 0; },
         [&](int64_t row) { return first + row * stride / int64_t{sizeof(Pixel)}; },
         [&](const LineStep* steps, int64_t count, Pixel* const* out) {
           smoothRows(request, steps, count, sums.data(), lineMemory.data(), out);
         });
   };
   const ksIRegion& to = geometry.destination;
-  return ksVImageType(destination) == 8 ? run(LegacyOf<uint16_t>::address(destination, to.x, to.y),
-                                              ksUSImageVirt(destination)->stride, vec1SmoothRows16)
-                                        : run(LegacyOf<uint8_t>::address(destination, to.x, to.y),
-                                              ksImageVirt(destination)->stride, vec1SmoothRows8);
+  return ksVImageType(destination) == 8
+             ? run(pixelAddress<uint16_t>(destination, to.x, to.y), ksUSImageVirt(destination)->stride,
+                   vec1SmoothRows16)
+             : run(pixelAddress<uint8_t>(destination, to.x, to.y), ksImageVirt(destination)->stride, vec1SmoothRows8);
 }
 
 }  // namespace

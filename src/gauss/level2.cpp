@@ -2,8 +2,9 @@
 #include "gauss/level2.hpp"
 
 #include "frame/check.hpp"
-#include "gauss/level2_paths.hpp"
+#include "gauss/exact.hpp"
 #include "gauss/portable.hpp"
+#include "gauss/small_sigma.hpp"
 #include "geometry/setup.hpp"
 
 namespace kip {
@@ -12,6 +13,23 @@ namespace {
 
 bool isSigma(const ksGaussParams& params, int32_t sigma) {
   return params.xSigma == sigma && params.ySigma == sigma;
+}
+
+using Path = ksys_status(const Work& work);
+
+// Null: the portable engine serves the request.
+Path* choosePath(const ksGaussParams& params, const RequestGeometry& geometry, bool is8) {
+  // The kernels read whole vectors of columns, and the rows under a kernel lie within one reflection.
+  constexpr int32_t minWidth = 32;
+  constexpr int32_t minSigma2Height = 7;
+  const bool isWide = geometry.source.width >= minWidth;
+  if (is8 && isSigma(params, 1) && params.xSample < 4 && params.ySample < 4) {
+    return isWide ? gauss_vec2Sigma1 : nullptr;
+  }
+  if (is8 && isSigma(params, 2)) {
+    return isWide && geometry.source.height >= minSigma2Height ? gauss_vec2Sigma2 : nullptr;
+  }
+  return servesExactly(params, geometry) ? gauss_vec2General : nullptr;
 }
 
 }  // namespace
@@ -25,28 +43,11 @@ ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const
   handOut(destination, out);
   if (isNull(geometry.destination)) return 0;
 
-  const auto generic = [&] { return gauss_genericSmooth(source, destination, params, requested, out, finished); };
   constexpr int32_t maxSmallSize = 32;
-  if (requested != nullptr && (requested->width <= maxSmallSize || requested->height <= maxSmallSize)) return generic();
-
-  // The kernels read whole vectors of columns, and the rows under a kernel lie within one reflection.
-  constexpr int32_t minWidth = 32;
-  constexpr int32_t minSigma2Height = 7;
-  const bool is8 = ksVImageType(destination) == 0;
-  if (is8 && isSigma(*params, 1) && params->xSample < 4 && params->ySample < 4) {
-    return geometry.source.width < minWidth ? generic()
-                                            : gauss_vec2Sigma1(source, destination, *params, geometry, finished);
-  }
-  if (is8 && isSigma(*params, 2)) {
-    if (geometry.source.width < minWidth || geometry.source.height < minSigma2Height) return generic();
-    const auto path = params->xSample == 1   ? gauss_vec2Sigma2X1
-                      : params->xSample == 2 ? gauss_vec2Sigma2X2
-                                             : gauss_vec2Sigma2XN;
-    return path(source, destination, *params, geometry, finished);
-  }
-  return gauss_vec2ServesGeneral(*params, geometry)
-             ? gauss_vec2General(source, destination, *params, geometry, finished)
-             : generic();
+  const bool isSmall = requested != nullptr && (requested->width <= maxSmallSize || requested->height <= maxSmallSize);
+  Path* const path = isSmall ? nullptr : choosePath(*params, geometry, ksVImageType(destination) == 0);
+  if (path != nullptr) return path({source, destination, *params, geometry, finished});
+  return gauss_genericSmooth(source, destination, params, requested, out, finished);
 }
 
 }  // namespace kip

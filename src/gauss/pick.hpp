@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "gauss/small_sigma.hpp"
+#include "gauss/small_sigma_rows.hpp"
 #include "lanes/avx2_direct.hpp"
 
 namespace kip {

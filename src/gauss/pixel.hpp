@@ -7,23 +7,14 @@
 
 namespace kip {
 
-// Legacy images by pixel type.
 template <typename Pixel>
-struct LegacyOf;
-
-template <>
-struct LegacyOf<uint8_t> {
-  static uint8_t* address(const ksVImage* image, int32_t x, int32_t y) {
+[[nodiscard]] Pixel* pixelAddress(const ksVImage* image, int32_t x, int32_t y) {
+  if constexpr (sizeof(Pixel) == 1) {
     return ksImagePixAddr(ksImageVirt(image), x, y);
-  }
-};
-
-template <>
-struct LegacyOf<uint16_t> {
-  static uint16_t* address(const ksVImage* image, int32_t x, int32_t y) {
+  } else {
     return ksUSImagePixAddr(ksUSImageVirt(image), x, y);
   }
-};
+}
 
 // A grey value as it is stored: truncated toward zero, low bits kept. What a 64-bit integer cannot hold becomes 0.
 template <typename Pixel>

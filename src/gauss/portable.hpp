@@ -13,7 +13,7 @@ using Engine = ksys_status(const ksImage* source, ksVImage* destination, const k
 // fallback status.
 Engine gauss_genericSmooth;
 
-// The engine for this processor, behind kip_gauss.
-Engine gauss_smooth;
+// The engine for this processor, or the portable one: behind kip_gauss.
+Engine dispatch;
 
 }  // namespace kip

@@ -66,7 +66,7 @@ template <typename Pixel>
   if (failed(status = DestinationOf<Pixel>::fromImage(dst, &legacyDst, &legacyDstXform))) return status;
 
   ksVImage* smoothed = nullptr;
-  status = gauss_smooth(&legacySrc, &legacyDst, &params, &region, &smoothed, finished);
+  status = dispatch(&legacySrc, &legacyDst, &params, &region, &smoothed, finished);
   if (!failed(status)) xform = *ksVImageClientCoords(smoothed);
   return status;
 }

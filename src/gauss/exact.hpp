@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+// The second level's path for everything but sigma 1 and 2: the portable engine's pixels.
+#pragma once
+
+#include "gauss/work.hpp"
+
+namespace kip {
+
+[[nodiscard]] bool servesExactly(const ksGaussParams& params, const RequestGeometry& geometry);
+[[nodiscard]] ksys_status gauss_vec2General(const Work& work);
+
+}  // namespace kip
