@@ -4,6 +4,7 @@
 
 #include "binomial/kernels.hpp"
 #include "frame/images.hpp"
+#include "frame/windows.hpp"
 #include "geometry/span.hpp"
 #include "kip/host/kimg.h"
 
@@ -36,13 +37,9 @@ template <typename Window>
 
 // A window's top-left pixel. Rows that are not apart are a programming error.
 template <typename Pixel, typename Window>
-[[nodiscard]] auto firstPixel(const Window& window) {
+[[nodiscard]] auto* firstPixel(const Window& window) {
   check(window.height <= 1 || window.stride >= window.width);
-  if constexpr (std::is_same_v<Window, kimg_window>) {
-    return static_cast<Pixel*>(window.pixels);
-  } else {
-    return static_cast<const Pixel*>(window.pixels);
-  }
+  return rowOf<Pixel>(window, 0);
 }
 
 template <typename Pixel>

@@ -2,25 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 namespace kip {
 
 // Sums of five by five taps, unrounded: 256 times a pixel.
 template <typename Pixel>
-struct SumOf;
-
-template <>
-struct SumOf<uint8_t> {
-  using Type = uint16_t;
-};
-
-template <>
-struct SumOf<uint16_t> {
-  using Type = uint32_t;
-};
-
-template <typename Pixel>
-using Sum = typename SumOf<Pixel>::Type;
+using Sum = std::conditional_t<sizeof(Pixel) == 1, uint16_t, uint32_t>;
 
 // The least length of a line: the kernels continue a narrow row until it fills their registers.
 inline constexpr int64_t leastLine = 64;

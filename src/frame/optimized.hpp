@@ -12,12 +12,12 @@ namespace kip {
   return query != nullptr && query(name) != 0;
 }
 
-// Runs the optimized path unless it is inhibited, and the generic one when the optimized one does not serve the
+// Runs the optimized path unless it is inhibited, and the portable one when the optimized one does not serve the
 // request.
-template <typename Optimized, typename Generic>
-[[nodiscard]] ksys_status runOptimized(const wchar_t* name, Optimized&& optimized, Generic&& generic) {
+template <typename Optimized, typename Portable>
+[[nodiscard]] ksys_status runOptimized(const wchar_t* name, Optimized&& optimized, Portable&& portable) {
   const ksys_status status = isInhibited(name) ? statusFallback : optimized();
-  return isUnsupported(status) ? generic() : status;
+  return isUnsupported(status) ? portable() : status;
 }
 
 }  // namespace kip

@@ -103,8 +103,7 @@ ksys_status smoothImage(const kimg_image8* src, kimg_image* dst, const kip_gauss
     kstd_rect32 srcRect;
     if (failed(status = kimg_imageConst_getWindow(src, &srcRect))) return status;
     ksIRegion region;
-    status = gauss_computeDstRegion({srcRect.x, srcRect.y, srcRect.width, srcRect.height}, legacy, region);
-    if (failed(status)) return status;
+    if (failed(status = gauss_computeDstRegion(srcRect, legacy, region))) return status;
     if (isNull(region)) return 0;
     const bool binds = dstBound == 0;
     if (binds) status = bindDestination<Pixel>(cleanup, fresh, dst, region);

@@ -29,8 +29,7 @@ ksys_status smoothWindow(const kimg_windowConst* src, const kimg_window* dst, co
   kstd_rect32 srcRect;
   if (failed(status = kimg_windowConst_getWindow(src, &srcRect))) return status;
   ksIRegion region;
-  status = gauss_computeDstRegion({srcRect.x, srcRect.y, srcRect.width, srcRect.height}, legacy, region);
-  if (failed(status)) return status;
+  if (failed(status = gauss_computeDstRegion(srcRect, legacy, region))) return status;
   if (isNull(region)) return 0;
 
   ksImage legacySrc;

@@ -46,9 +46,9 @@ ksys_status computeRequest(const ksIRegion& source, const ksGaussParams& params,
   return 0;
 }
 
-ksys_status gauss_computeDstRegion(const ksIRegion& source, const ksGaussParams& params, ksIRegion& destination) {
+ksys_status gauss_computeDstRegion(const kstd_rect32& source, const ksGaussParams& params, ksIRegion& destination) {
   RequestGeometry geometry;
-  const ksys_status status = computeRequest(source, params, nullptr, geometry);
+  const ksys_status status = computeRequest(makeRegion(columns(source), rows(source)), params, nullptr, geometry);
   if (!failed(status)) destination = geometry.destination;
   return status;
 }

@@ -49,7 +49,7 @@ struct RequestGeometry {
                                          const ksIRegion* requested, RequestGeometry& geometry);
 
 // The destination of a request over all that the source supplies.
-[[nodiscard]] ksys_status gauss_computeDstRegion(const ksIRegion& source, const ksGaussParams& params,
+[[nodiscard]] ksys_status gauss_computeDstRegion(const kstd_rect32& source, const ksGaussParams& params,
                                                  ksIRegion& destination);
 
 }  // namespace kip
