@@ -16,12 +16,13 @@ template <typename Pixel, bool Masked, bool Hook>
   const bool refuses = Masked ? call.dstMask == nullptr || call.height < 5 : call.width <= 2;
   ksys_status status = chooseRows<Masked, Hook>(rows, refuses);
   if (failed(status)) return status;
-  for (int64_t y = 0; y < call.height; ++y) {
-    if (y >= 2 && y < call.height - 2 && failed(status = pollAttention<64>(y - 2))) return status;
+  const int64_t height = call.height;
+  for (int64_t y = 0; y < height; ++y) {
+    if (y >= 2 && y < height - 2 && failed(status = pollAttention<64>(y - 2))) return status;
     const Pixel* five[5];
     const uint8_t* masks[5];
     for (int k = 0; k < 5; ++k) {
-      const int64_t nearest = std::clamp<int64_t>(y + k - 2, 0, call.height - 1);
+      const int64_t nearest = std::clamp<int64_t>(y + k - 2, 0, height - 1);
       five[k] = call.srcRow(nearest);
       if constexpr (Masked) masks[k] = call.srcMaskRow(nearest);
     }
