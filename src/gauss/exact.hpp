@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The second level's path for everything but sigma 1 and 2: the portable engine's pixels.
+// Level 2's path for every other sigma, with the portable engine's pixels.
 #pragma once
 
 #include "gauss/work.hpp"

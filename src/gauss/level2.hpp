@@ -5,8 +5,8 @@
 
 namespace kip {
 
-// The second vectorised level, for processors with AVX2. Serves every request, those that its
-// own paths are not made for through the portable engine.
+// Level 2, for processors with AVX2. Serves every request, those that its own paths are not made for through the
+// portable engine.
 Engine gauss_vec2Smooth;
 
 }  // namespace kip

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The second level's own paths for sigma 1 and 2, to an 8-bit destination.
+// Level 2's paths for sigma 1 and 2, to an 8-bit destination.
 #pragma once
 
 #include "gauss/work.hpp"

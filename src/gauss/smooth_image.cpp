@@ -25,13 +25,19 @@ template <typename Pixel>
   return status;
 }
 
-// Gives the destination the transform that the engine left in the legacy image, composed after the source's own when
-// that one is not linear and the engine therefore worked from the identity.
-[[nodiscard]] ksys_status setTransform(Cleanup& cleanup, const ksFXform& engine, const kmath_xformPtrhConst& source,
-                                       bool isLinear, kmath_xformPtrhConst& inverseSampling,
-                                       kmath_xformPtrhConst& composed, kimg_image* dst) {
+struct Xforms {
+  kmath_xformPtrhConst source;
+  int32_t isLinear = 0;
+  ksFXform engine;  // what the engine gives the destination
+  kmath_xformPtrhConst inverseSampling, composed;
+};
+
+// Gives the destination the engine's transform, composed after the source's own when that one is not linear and the
+// engine therefore worked from the identity.
+[[nodiscard]] ksys_status setTransform(Cleanup& cleanup, Xforms& xforms, kimg_image* dst) {
+  auto& [source, isLinear, engine, inverseSampling, composed] = xforms;
   const kmath_xformLinear linear = {engine.tx, engine.ty, engine.m00, engine.m01, engine.m10, engine.m11};
-  if (isLinear) return kimg_image_setLinearImageFromClientXform(dst, &linear);
+  if (isLinear != 0) return kimg_image_setLinearImageFromClientXform(dst, &linear);
   ksys_status status = constructXform(cleanup, inverseSampling, linear);
   if (failed(status)) return status;
   if (failed(status = constructXform(cleanup, composed))) return status;
@@ -49,25 +55,25 @@ template <typename Pixel>
   return failure;
 }
 
-// Through legacy images over both images' pixels; `xform` receives the transform that the engine gives the destination.
+// Through legacy images over both images' pixels.
 template <typename Pixel>
 [[nodiscard]] ksys_status smoothPixels(const kimg_image8* src, const kimg_image* dst, const ksGaussParams& params,
-                                       ksIRegion& region, kmath_xformPtrhConst& srcXform, int32_t& isLinear,
-                                       ksFXform& xform, int64_t& finished) {
+                                       ksIRegion& region, Xforms& xforms, int64_t& finished) {
   ksImage legacySrc;
   ksFXform legacySrcXform;
   ksys_status status = generate_ksImage_from_kimg_image8Const(src, &legacySrc, &legacySrcXform);
   if (failed(status)) return status;
-  if (failed(status = kimg_imageConst_getImageFromClientXform(src, &srcXform))) return status;
-  if (failed(status = kmath_xformPtrhConst_getIsLinear(&srcXform, &isLinear))) return status;
-  if (isLinear == 0) legacySrcXform = {.tx = 0.0f, .ty = 0.0f, .m00 = 1.0f, .m01 = 0.0f, .m10 = 0.0f, .m11 = 1.0f};
+  if (failed(status = kimg_imageConst_getImageFromClientXform(src, &xforms.source))) return status;
+  if (failed(status = kmath_xformPtrhConst_getIsLinear(&xforms.source, &xforms.isLinear))) return status;
+  if (xforms.isLinear == 0)
+    legacySrcXform = {.tx = 0.0f, .ty = 0.0f, .m00 = 1.0f, .m01 = 0.0f, .m10 = 0.0f, .m11 = 1.0f};
   ksVImage legacyDst;
   ksFXform legacyDstXform;
   if (failed(status = DestinationOf<Pixel>::fromImage(dst, &legacyDst, &legacyDstXform))) return status;
 
   ksVImage* smoothed = nullptr;
   status = dispatch(&legacySrc, &legacyDst, &params, &region, &smoothed, finished);
-  if (!failed(status)) xform = *ksVImageClientCoords(smoothed);
+  if (!failed(status)) xforms.engine = *ksVImageClientCoords(smoothed);
   return status;
 }
 
@@ -76,12 +82,10 @@ ksys_status smoothImage(const kimg_image8* src, kimg_image* dst, const kip_gauss
   using Destination = DestinationOf<Pixel>;
   // what the clean-up stack refers to outlives it
   kimg_image fresh;
-  kmath_xformPtrhConst srcXform;
-  kmath_xformPtrhConst inverseSampling;
-  kmath_xformPtrhConst composed;
+  Xforms xforms;
   return withCleanup<4>([&](Cleanup& cleanup) -> ksys_status {
     check(src != nullptr && dst != nullptr && params != nullptr);
-    ksys_status status = constructXform(cleanup, srcXform);
+    ksys_status status = constructXform(cleanup, xforms.source);
     if (failed(status)) return status;
     if (failed(status = kip_gaussParams_validate(params))) return status;
     ksGaussParams legacy;
@@ -108,13 +112,9 @@ ksys_status smoothImage(const kimg_image8* src, kimg_image* dst, const kip_gauss
     const bool binds = dstBound == 0;
     if (binds) status = bindDestination<Pixel>(cleanup, fresh, dst, region);
     int64_t finished = 0;
-    ksFXform dstXform;
-    int32_t isLinear = 0;
-    if (!failed(status)) {
-      status = smoothPixels<Pixel>(src, dst, legacy, region, srcXform, isLinear, dstXform, finished);
-    }
+    if (!failed(status)) status = smoothPixels<Pixel>(src, dst, legacy, region, xforms, finished);
     if (failed(status)) return binds ? clearRows<Pixel>(dst, finished, status) : status;
-    return setTransform(cleanup, dstXform, srcXform, isLinear != 0, inverseSampling, composed, dst);
+    return setTransform(cleanup, xforms, dst);
   });
 }
 
