@@ -78,7 +78,7 @@ bool servesExactly(const ksGaussParams& params, const RequestGeometry& geometry)
 }
 
 ksys_status gauss_vec2General(const Work& work) {
-  return withCleanup<2>([&](Cleanup& cleanup) -> ksys_status {
+  return withCleanup<7>([&](Cleanup& cleanup) -> ksys_status {
     const Vec2Line request = makeLine(work.params, work.geometry);
     const LineRequest& line = request.line;
     Buffer<int32_t> memory;
