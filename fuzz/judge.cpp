@@ -5,10 +5,10 @@
 #include <cmath>
 #include <limits>
 
-#include "binomial/levels.hpp"
 #include "gauss/level1_model.hpp"
 #include "kernelcheck/gauss_levels.hpp"
 #include "kip/geometry.h"
+#include "levels/levels.hpp"
 #include "masked/masked_case.hpp"
 #include "oracle/legacy_oracle.hpp"
 
@@ -226,7 +226,7 @@ const std::vector<Processor>& processors() {
     constexpr int32_t vec128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41, vec256 = vec128 | ksys_cpuAvx2;
     std::vector<Processor> all = {{"portable", 0, 0}};
     ksys_cpuinfo info;
-    const bool known = kip::hasVectorRows() && ksys_cpuinfo_init(&info) == 0;
+    const bool known = kip::levels().size() > 1 && ksys_cpuinfo_init(&info) == 0;
     if (known && (info.features & vec128) == vec128) all.push_back({"128 bits", 1, vec128});
     if (known && (info.features & vec256) == vec256) all.push_back({"256 bits", 1, vec256});
     return all;

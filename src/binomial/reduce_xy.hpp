@@ -32,7 +32,7 @@ template <typename Pixel>
 template <typename Pixel>
 [[nodiscard]] ksys_status reduceXYHook(const KernelCall<Pixel>& call) {
   return withCleanup<1>([&](Cleanup& cleanup) -> ksys_status {
-    if (!hasVectorRows() || call.width <= 2) return statusFallback;
+    if (call.width <= 2) return statusFallback;
     if (isEmpty(call)) return 0;
     const RowKernels<Pixel>* rows = nullptr;
     Sum<Pixel>* lines[5];

@@ -65,9 +65,5 @@ struct RowKernels {
 
 extern const RowKernels<uint8_t> portableRows8;
 extern const RowKernels<uint16_t> portableRows16;
-extern const RowKernels<uint8_t> sse2Rows8;
-extern const RowKernels<uint16_t> sse2Rows16;
-extern const RowKernels<uint8_t> avx2Rows8;
-extern const RowKernels<uint16_t> avx2Rows16;
 
 }  // namespace kip

@@ -10,28 +10,31 @@ namespace {
 
 // ---- sums and quotients with a mask, in 32-bit lanes
 
-struct WeightedRegs {
-  Reg value, weight;
+// Outputs are quotients in floats in whole steps of so many, whatever the vectors; the others of a row are exact.
+constexpr int64_t quotients = 8;
+
+struct WeightedVecs {
+  Vec value, weight;
 };
 
-// Sixteen pixels as signed words: 16-bit ones 32768 lower.
+// A vector's 16-bit lanes of pixels as signed words: 16-bit pixels 32768 lower.
 template <typename Pixel>
-Reg signedWords(const Pixel* src) {
-  if constexpr (sizeof(Pixel) == 1) return widen8(src);
-  if constexpr (sizeof(Pixel) == 2) return bitXor(load(src), fill16(-32768));
+Vec signedWords(const Pixel* src) {
+  if constexpr (sizeof(Pixel) == 1) return loadBytes(src);
+  if constexpr (sizeof(Pixel) == 2) return bitXor(load(src), all16(-32768));
 }
 template <typename Pixel>
-Reg unsignedSum(Reg value, Reg weight) {
-  return sizeof(Pixel) == 1 ? value : add32(value, shl32<15>(weight));
+Vec unsignedSum(Vec value, Vec weight) {
+  return sizeof(Pixel) == 1 ? value : add32(value, shiftLeft32<15>(weight));
 }
 
 template <typename Pixel, int A, int B, int C, int D, int E, int F>
-WeightedRegs sumMaskedPairs(const Pixel* src, const uint8_t* mask) {
-  WeightedRegs sum = {fill32(0), fill32(0)};
+WeightedVecs sumMaskedPairs(const Pixel* src, const uint8_t* mask) {
+  WeightedVecs sum = {all32(0), all32(0)};
   const auto addPairs = [&](int64_t at, int32_t even, int32_t odd) {
-    const Reg weights = widen8(mask + at), taps = fill32(even | odd << 16);
-    sum.value = add32(sum.value, madd16(mul16(weights, taps), signedWords(src + at)));
-    sum.weight = add32(sum.weight, madd16(weights, taps));
+    const Vec weights = loadBytes(mask + at), taps = all32(even | odd << 16);
+    sum.value = add32(sum.value, multiplyPairs16(multiply16(weights, taps), signedWords(src + at)));
+    sum.weight = add32(sum.weight, multiplyPairs16(weights, taps));
   };
   addPairs(-2, A, B);
   addPairs(0, C, D);
@@ -39,17 +42,17 @@ WeightedRegs sumMaskedPairs(const Pixel* src, const uint8_t* mask) {
   return {unsignedSum<Pixel>(sum.value, sum.weight), sum.weight};
 }
 
-inline Reg mergeWords(Reg even, Reg odd) {
-  return bitOr(even, shl32<16>(odd));
+inline Vec mergeWords(Vec even, Vec odd) {
+  return bitOr(even, shiftLeft32<16>(odd));
 }
 
 // The quotient in single precision. A sum of 16-bit pixels can pass the largest signed lane: it enters in halves.
 template <typename Pixel>
-Reg quotient(Reg value, Reg weight) {
-  const FloatReg divisor = atLeast1(toFloat(weight));
-  if constexpr (sizeof(Pixel) == 1) return toInteger(divide(toFloat(value), divisor));
-  const Reg half = shr32<1>(value);
-  return toInteger(divide(addFloat(toFloat(sub32(value, half)), toFloat(half)), divisor));
+Vec quotient(Vec value, Vec weight) {
+  const VecFloat divisor = atLeast1(toFloats(weight));
+  if constexpr (sizeof(Pixel) == 1) return nearest(toFloats(value) / divisor);
+  const Vec half = shiftRight32<1>(value);
+  return nearest((toFloats(sub32(value, half)) + toFloats(half)) / divisor);
 }
 
 // The same for one output.
@@ -59,18 +62,18 @@ Pixel quotient(uint32_t value, uint32_t weight) {
   const float divisor = toFloat1(weight == 0 ? 1 : weight);
   const uint32_t half = sizeof(Pixel) == 1 ? 0 : value >> 1;
   const float dividend = toFloat1(value - half) + toFloat1(half);
-  return static_cast<Pixel>(_mm_cvtss_si32(_mm_set_ss(dividend / divisor)));
+  return static_cast<Pixel>(nearest(dividend / divisor));
 }
 
 // Words that hold pixels.
 template <typename Pixel>
-void storePixels(Pixel* dst, Reg words) {
-  if constexpr (sizeof(Pixel) == 1) storeLow(dst, narrow16(words, words));
+void storePixels(Pixel* dst, Vec words) {
+  if constexpr (sizeof(Pixel) == 1) storeBytes(dst, words);
   if constexpr (sizeof(Pixel) == 2) store(dst, words);
 }
 
-inline Reg roundedWeights(Reg words) {
-  return shr16<4>(add16(words, fill16(8)));
+inline Vec roundedWeights(Vec words) {
+  return shiftRight16<4>(add16(words, all16(8)));
 }
 
 // ---- a ring with a mask: one of the mask's rows as of 8-bit pixels, and one of values
@@ -82,12 +85,12 @@ class MaskedWords {
  public:
   MaskedWords(const Pixel* src, const uint8_t* mask, int64_t width, uint16_t* scratch)
       : words_(scratch + maskedMargin), weights_(sizeof(Pixel) == 1 ? nullptr : words_ + maskedPitch(width)) {
-    cover<16>(
+    cover<2 * lanes>(
         0, width, width,
         [=, this](int64_t x) {
-          const Reg weights = widen8(mask + x);
+          const Vec weights = loadBytes(mask + x);
           if constexpr (sizeof(Pixel) == 1) {
-            store(words_ + x, bitXor(mul16(weights, widen8(src + x)), fill16(-32768)));
+            store(words_ + x, bitXor(multiply16(weights, loadBytes(src + x)), all16(-32768)));
           } else {
             store(words_ + x, signedWords(src + x));
             store(weights_ + x, weights);
@@ -98,16 +101,16 @@ class MaskedWords {
     if constexpr (sizeof(Pixel) == 2) continueBothWays(weights_, width);
   }
 
-  // The even columns' taps A, C, E and the odd ones' B, D, F on sixteen words and the two on either side.
+  // The even columns' taps A, C, E and the odd ones' B, D, F on a vector of words and the two on either side.
   template <int A, int B, int C, int D, int E, int F>
-  [[nodiscard]] Reg sums(int64_t x) const {
+  [[nodiscard]] Vec sums(int64_t x) const {
     return add32(add32(pairs<A, B>(x - 2), pairs<C, D>(x)), pairs<E, F>(x + 2));
   }
   template <int Scale = 1>
-  [[nodiscard]] Reg evenSums(int64_t x) const {
+  [[nodiscard]] Vec evenSums(int64_t x) const {
     return sums<Scale, 4 * Scale, 6 * Scale, 4 * Scale, Scale, 0>(x);
   }
-  [[nodiscard]] Reg oddSums(int64_t x) const { return sums<0, 1, 4, 6, 4, 1>(x); }
+  [[nodiscard]] Vec oddSums(int64_t x) const { return sums<0, 1, 4, 6, 4, 1>(x); }
 
  private:
   static void continueBothWays(uint16_t* words, int64_t width) {
@@ -115,9 +118,9 @@ class MaskedWords {
     words[width] = words[width + 1] = words[width - 1];
   }
   template <int Even, int Odd>
-  [[nodiscard]] Reg pairs(int64_t x) const {
-    const Reg taps = fill32(Even | Odd << 16);
-    return madd16(sizeof(Pixel) == 1 ? taps : mul16(load(weights_ + x), taps), load(words_ + x));
+  [[nodiscard]] Vec pairs(int64_t x) const {
+    const Vec taps = all32(Even | Odd << 16);
+    return multiplyPairs16(sizeof(Pixel) == 1 ? taps : multiply16(load(weights_ + x), taps), load(words_ + x));
   }
 
   uint16_t *words_, *weights_;
@@ -125,15 +128,15 @@ class MaskedWords {
 
 // The sum of five lines of such values with what they entered lower.
 template <typename Pixel>
-Reg wholeSum(Reg sum, Reg weight) {
-  return add32(sum, sizeof(Pixel) == 1 ? fill32(256 * 32768) : shl32<15>(weight));
+Vec wholeSum(Vec sum, Vec weight) {
+  return add32(sum, sizeof(Pixel) == 1 ? all32(256 * 32768) : shiftLeft32<15>(weight));
 }
 template <typename Pixel>
 uint32_t wholeSum(uint32_t sum, uint32_t weight) {
   return sum + (sizeof(Pixel) == 1 ? 256 * 32768 : weight << 15);
 }
 
-// A row too narrow for registers, with its mask, and room for its outputs.
+// A row too narrow for vectors, with its mask, and room for its outputs.
 template <typename Pixel>
 struct WideMaskedRow {
   static constexpr int64_t width = leastWidth<uint8_t>;
@@ -160,7 +163,7 @@ KIP_ROW void enterMaskedReduced(const Pixel* src, const uint8_t* mask, int64_t w
   }
   const MaskedWords<Pixel> words(src, mask, width, scratch);
   enterReduced(mask, width, line.weights, shift);
-  cover<8>(
+  cover<lanes>(
       0, width / 2, width / 2,
       [=, values = line.values](int64_t j) {
         store(values + j, shift == 0 ? words.evenSums(2 * j) : words.template evenSums<4>(2 * j));
@@ -178,21 +181,21 @@ KIP_ROW void reduceMaskedRow(const Pixel* src, const uint8_t* mask, int64_t widt
   const MaskedLine last = lines[4];
   alongRow<uint8_t>(width / 2 * 2, width, [=]<Place place>(int64_t x) {
     const int64_t j = x / 2;
-    const Reg newest = evenSums<uint8_t>(tapsAt<place>(mask, x, width));
+    const Vec newest = evenSums<uint8_t>(tapsAt<place>(mask, x, width));
     store(last.weights + j, newest);
-    const Reg weight = weighLanes<uint16_t, 2>([=](int k) { return k == 2 ? newest : load(weights.at[k + 2] + j); });
-    const Reg rounded = shr16<8>(add16(weight, fill16(128)));
-    storeLow(dstMask + j, narrow16(rounded, rounded));
-    const auto means = [=](int64_t at, Reg total) {
-      const Reg newestValue = words.evenSums(2 * at);
+    const Vec weight = weighLanes<uint16_t, 2>([=](int k) { return k == 2 ? newest : load(weights.at[k + 2] + j); });
+    const Vec rounded = shiftRight16<8>(add16(weight, all16(128)));
+    storeBytes(dstMask + j, rounded);
+    const auto means = [=](int64_t at, Vec total) {
+      const Vec newestValue = words.evenSums(2 * at);
       store(last.values + at, newestValue);
-      const Reg sum =
+      const Vec sum =
           weighLanes<uint32_t, 2>([=](int k) { return k == 2 ? newestValue : load(values.at[k + 2] + at); });
       return quotient<Pixel>(wholeSum<Pixel>(sum, total), total);
     };
-    storePixels(dst + j, narrow32(means(j, widenFirst16(weight)), means(j + 8, widenLast16(weight))));
+    storePixels(dst + j, joinWords(means(j, firstWords(weight)), means(j + lanes, lastWords(weight))));
   });
-  for (int64_t j = count / 8 * 8; j < count; ++j) {
+  for (int64_t j = count / quotients * quotients; j < count; ++j) {
     const uint32_t weight = weighLines<2>([&](int64_t k) { return weights(k, j); });
     dst[j] = maskedMean<Pixel>(wholeSum<Pixel>(weighLines<2>([&](int64_t k) { return values(k, j); }), weight), weight);
   }
@@ -212,8 +215,8 @@ void reduceMaskedNext(const Pixel* const src[], const uint8_t* const masks[], in
   wide.copyOutputs(count, dst, dstMask);
 }
 
-// Lines of smooth sums of a wide row: as without a mask; for each register of 8-bit pixels one of even and one of odd
-// weights and two of even and odd values each, the first sixteen columns' and the last.
+// Lines of smooth sums of a wide row: as without a mask; for each vector of 8-bit pixels one of even and one of odd
+// weights and two of even and odd values each, the first half of the columns' and the last.
 template <typename Pixel>
 KIP_ROW void enterMaskedSmooth(const Pixel* src, const uint8_t* mask, int64_t width, const MaskedLine& line,
                                uint16_t* scratch, int32_t /*shift*/) {
@@ -225,9 +228,9 @@ KIP_ROW void enterMaskedSmooth(const Pixel* src, const uint8_t* mask, int64_t wi
   enterSmooth(mask, width, line.weights, 0);
   alongRow<uint8_t>(width, width, [=, values = line.values]<Place>(int64_t x) mutable {
     for (int64_t half = 0; half < 2; ++half) {
-      store(values, words.evenSums(x + 16 * half));
-      store(values + 8, words.oddSums(x + 16 * half));
-      values += 16;
+      store(values, words.evenSums(x + 2 * lanes * half));
+      store(values + lanes, words.oddSums(x + 2 * lanes * half));
+      values += 2 * lanes;
     }
   });
 }
@@ -242,35 +245,37 @@ KIP_ROW void smoothMaskedRow(const Pixel* src, const uint8_t* mask, int64_t widt
   int64_t block = 0;
   alongRow<uint8_t>(width, width, [=, &block]<Place place>(int64_t x) {
     const Taps taps = tapsAt<place>(mask, x, width);
-    const auto weight = [=](int64_t at, Reg newest) {
+    const auto weight = [=](int64_t at, Vec newest) {
       store(last.weights + at, newest);
       return weighLanes<uint16_t, 1>([=](int k) { return k == 2 ? newest : load(weights.at[k + 2] + at); });
     };
-    const Reg even = weight(block, evenSums<uint8_t>(taps)), odd = weight(block + 16, oddSums<uint8_t>(taps));
+    const Vec even = weight(block, evenSums<uint8_t>(taps)), odd = weight(block + 2 * lanes, oddSums<uint8_t>(taps));
     if (dstMask != nullptr) store(dstMask + x, roundedPixels<uint8_t, 8>(even, odd));
-    const auto means = [=](int64_t at, Reg newest, Reg total) {
+    const auto means = [=](int64_t at, Vec newest, Vec total) {
       store(last.values + at, newest);
-      const Reg sum = weighLanes<uint32_t, 1>([=](int k) { return k == 2 ? newest : load(values.at[k + 2] + at); });
+      const Vec sum = weighLanes<uint32_t, 1>([=](int k) { return k == 2 ? newest : load(values.at[k + 2] + at); });
       return quotient<Pixel>(wholeSum<Pixel>(sum, total), total);
     };
-    const Reg first = mergeWords(means(block, words.evenSums(x), widenFirst16(even)),
-                                 means(block + 8, words.oddSums(x), widenFirst16(odd)));
-    const Reg second = mergeWords(means(block + 16, words.evenSums(x + 16), widenLast16(even)),
-                                  means(block + 24, words.oddSums(x + 16), widenLast16(odd)));
+    const Vec first = mergeWords(means(block, words.evenSums(x), firstWords(even)),
+                                 means(block + lanes, words.oddSums(x), firstWords(odd)));
+    const Vec second = mergeWords(means(block + 2 * lanes, words.evenSums(x + 2 * lanes), lastWords(even)),
+                                  means(block + 3 * lanes, words.oddSums(x + 2 * lanes), lastWords(odd)));
     if constexpr (sizeof(Pixel) == 1) {
-      store(dst + x, narrow16(first, second));
+      store(dst + x, joinBytes(first, second));
     } else {
       store(dst + x, first);
-      store(dst + x + 16, second);
+      store(dst + x + 2 * lanes, second);
     }
-    block += 32;
+    block += 4 * lanes;
   });
-  for (int64_t x = count / 8 * 8; x < count; ++x) {
-    const bool inFirst = x < 32;  // register; else in the last one
-    const int64_t at = inFirst ? 0 : block - 32, lane = inFirst ? x : x - (width - 32), odd = lane % 2;
-    const uint32_t weight = weighLines<1>([&](int64_t k) { return weights(k, at + 16 * odd + lane / 2); });
-    const uint32_t value =
-        weighLines<1>([&](int64_t k) { return values(k, at + lane / 16 * 16 + 8 * odd + lane % 16 / 2); });
+  for (int64_t x = count / quotients * quotients; x < count; ++x) {
+    // where the vector keeps this column, which is in the row's first vector or in its last
+    const bool isInFirst = x < 4 * lanes;
+    const int64_t at = isInFirst ? 0 : block - 4 * lanes, column = isInFirst ? x : x - (width - 4 * lanes);
+    const int64_t pair = column / 2, isOdd = column % 2;
+    const uint32_t weight = weighLines<1>([&](int64_t k) { return weights(k, at + 2 * lanes * isOdd + pair); });
+    const uint32_t value = weighLines<1>(
+        [&](int64_t k) { return values(k, at + pair / lanes * 2 * lanes + lanes * isOdd + pair % lanes); });
     dst[x] = maskedMean<Pixel>(wholeSum<Pixel>(value, weight), weight);
   }
 }
@@ -289,17 +294,17 @@ void smoothMaskedNext(const Pixel* const src[], const uint8_t* const masks[], in
 // ---- passes with a mask: quotients between the two outermost outputs at either end, and everywhere
 template <typename Pixel>
 KIP_ROW void maskedPass5x1(const Pixel* src, const uint8_t* mask, int64_t width, Pixel* dst, uint8_t* dstMask) {
-  const int64_t eights = width < 4 ? 0 : (width - 4) / 8 * 8;
-  cover<16>(
+  const int64_t eights = width < 4 ? 0 : (width - 4) / quotients * quotients;
+  cover<2 * lanes>(
       0, eights, eights,
       [=](int64_t at) {
         const int64_t x = at + 2;
-        const WeightedRegs even = sumMaskedPairs<Pixel, 1, 4, 6, 4, 1, 0>(src + x, mask + x);
-        const WeightedRegs odd = sumMaskedPairs<Pixel, 0, 1, 4, 6, 4, 1>(src + x, mask + x);
+        const WeightedVecs even = sumMaskedPairs<Pixel, 1, 4, 6, 4, 1, 0>(src + x, mask + x);
+        const WeightedVecs odd = sumMaskedPairs<Pixel, 0, 1, 4, 6, 4, 1>(src + x, mask + x);
         storePixels(dst + x,
                     mergeWords(quotient<Pixel>(even.value, even.weight), quotient<Pixel>(odd.value, odd.weight)));
-        const Reg weights = roundedWeights(mergeWords(even.weight, odd.weight));
-        storeLow(dstMask + x, narrow16(weights, weights));
+        const Vec weights = roundedWeights(mergeWords(even.weight, odd.weight));
+        storeBytes(dstMask + x, weights);
       },
       [=](int64_t begin, int64_t end) {
         for (int64_t x = begin + 2; x < end + 2; ++x) {
@@ -315,28 +320,29 @@ KIP_ROW void maskedPass5x1(const Pixel* src, const uint8_t* mask, int64_t width,
 template <typename Pixel>
 KIP_ROW void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const masks[5], int64_t width, Pixel* dst,
                            uint8_t* dstMask) {
-  const int64_t eights = width / 8 * 8;
+  const int64_t eights = width / quotients * quotients;
   const Five<Pixel> pixels([=](int k) { return rows[k]; });
   const Five<uint8_t> weights([=](int k) { return masks[k]; });
-  cover<16>(
+  cover<2 * lanes>(
       0, eights, eights,
       [=](int64_t x) {
-        Reg even = fill32(0), odd = fill32(0), weight = fill32(0);
+        Vec even = all32(0), odd = all32(0), weight = all32(0);
         const auto addRow = [&](int k, int16_t tap) {
-          const Reg weighted = mul16(widen8(weights.at[k] + x), fill16(tap)), words = signedWords(pixels.at[k] + x);
+          const Vec weighted = multiply16(loadBytes(weights.at[k] + x), all16(tap)),
+                    words = signedWords(pixels.at[k] + x);
           weight = add16(weight, weighted);
-          even = add32(even, madd16(bitAnd(weighted, fill32(0xFFFF)), words));
-          odd = add32(odd, madd16(bitAnd(weighted, fill32(-0x10000)), words));
+          even = add32(even, multiplyPairs16(bitAnd(weighted, all32(0xFFFF)), words));
+          odd = add32(odd, multiplyPairs16(bitAnd(weighted, all32(-0x10000)), words));
         };
         addRow(0, 1);
         addRow(1, 4);
         addRow(2, 6);
         addRow(3, 4);
         addRow(4, 1);
-        const Reg evenWeight = bitAnd(weight, fill32(0xFFFF)), oddWeight = shr32<16>(weight);
+        const Vec evenWeight = bitAnd(weight, all32(0xFFFF)), oddWeight = shiftRight32<16>(weight);
         storePixels(dst + x, mergeWords(quotient<Pixel>(unsignedSum<Pixel>(even, evenWeight), evenWeight),
                                         quotient<Pixel>(unsignedSum<Pixel>(odd, oddWeight), oddWeight)));
-        storeLow(dstMask + x, narrow16(roundedWeights(weight), roundedWeights(weight)));
+        storeBytes(dstMask + x, roundedWeights(weight));
       },
       [=](int64_t begin, int64_t end) {
         for (int64_t x = begin; x < end; ++x) {

@@ -4,7 +4,6 @@
 #include "gauss/level2.hpp"
 #include "gauss/portable.hpp"
 #include "kip/gauss.h"
-#include "levels/processor.hpp"
 
 namespace kip {
 
@@ -16,9 +15,10 @@ ksys_status gauss_vectorDispatch(const ksImage* source, ksVImage* destination, c
   ksys_cpuinfo info;
   const ksys_status status = ksys_cpuinfo_init(&info);
   if (failed(status)) return status;
-  if (!hasFeatures(info, ksys_cpuMmxSse2)) return statusFallback;
-  const auto smooth = hasFeatures(info, ksys_cpuAvx2) ? gauss_vec2Smooth : gauss_vec1Smooth;
-  return smooth(source, destination, params, requested, out, finished);
+  const Level* const level = levelFor(info, &Level::exact);
+  if (level != nullptr) return gauss_vec2Smooth(*level, source, destination, params, requested, out, finished);
+  if (levelFor(info, &Level::fixedPoint) == nullptr) return statusFallback;
+  return gauss_vec1Smooth(source, destination, params, requested, out, finished);
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ double largestSum(const ksGaussParams& params) {
 // Whether sums and quotients along the row can be integers: then line.half, multiplier and shift are set. The division
 // is exact, which is what the portable engine's product with the rounded reciprocal comes to when that product does not
 // fall below 1 at the divisor itself.
-bool chooseIntegers(const ksGaussParams& params, Vec2Line& line) {
+bool chooseIntegers(const ksGaussParams& params, ExactLine& line) {
   const double half = line.isRounded ? std::floor(0.5 * line.divisor) : 0.0;
   const double largest = largestSum(params) + half;
   if (largest >= 0x1p32 || line.divisor < 2.0 || line.divisor >= 0x1p32 || std::floor(line.divisor) != line.divisor) {
@@ -40,50 +40,52 @@ bool chooseIntegers(const ksGaussParams& params, Vec2Line& line) {
   return true;
 }
 
-Vec2Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry) {
+ExactLine makeLine(const ksGaussParams& params, const RequestGeometry& geometry) {
   const int64_t xBox = xKernel(params).box;
   const int64_t yBox = yKernel(params).box;
   const int64_t width = geometry.source.width;
-  Vec2Line line{.line = {.width = width,
-                         .readable = width,
-                         .leftPad = -int64_t{geometry.padding.x},
-                         .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
-                         .box = xBox,
-                         .sample = params.xSample,
-                         .outputs = geometry.destination.width},
-                .isShort = params.ySigma <= 63,
-                .sums = Vec2Sums::widest,
-                .divisor = divisor(params),
-                .isRounded = params.roundResult != 0,
-                .half = 0,
-                .multiplier = 0,
-                .shift = 0};
+  ExactLine line{.line = {.width = width,
+                          .readable = width,
+                          .leftPad = -int64_t{geometry.padding.x},
+                          .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                          .box = xBox,
+                          .sample = params.xSample,
+                          .outputs = geometry.destination.width},
+                 .isShort = params.ySigma <= 63,
+                 .sums = ExactSums::widest,
+                 .divisor = divisor(params),
+                 .isRounded = params.roundResult != 0,
+                 .half = 0,
+                 .multiplier = 0,
+                 .shift = 0};
   const Reach reach = reachOf(255 * yBox * yBox * yBox, xBox);
   if (xBox == 1) {
-    line.sums = Vec2Sums::none;
+    line.sums = ExactSums::none;
   } else if (chooseIntegers(params, line)) {
-    line.sums = Vec2Sums::integer;
+    line.sums = ExactSums::integer;
   } else if (reach != Reach::nothing) {
-    line.sums = reach == Reach::second ? Vec2Sums::narrow : Vec2Sums::wide;
+    line.sums = reach == Reach::second ? ExactSums::narrow : ExactSums::wide;
   }
   return line;
 }
 
 }  // namespace
 
-bool servesExactly(const ksGaussParams& params, const RequestGeometry& geometry) {
+bool servesExactly(const Level& level, const ksGaussParams& params, const RequestGeometry& geometry) {
   constexpr int32_t maxYSigma = 202;  // column sums fit in 32 bits
   const double largest = largestSum(params) / divisor(params) + 1.0;
-  return geometry.source.width >= vec2Vectors.block && params.ySigma <= maxYSigma && largest < 2147483647.0;
+  return geometry.source.width >= level.exact.kernels->vectors.block && params.ySigma <= maxYSigma &&
+         largest < 2147483647.0;
 }
 
-ksys_status gauss_vec2General(const Work& work) {
+ksys_status gauss_vec2General(const Level& level, const Work& work) {
   return withCleanup<7>([&](Cleanup& cleanup) -> ksys_status {
-    const Vec2Line request = makeLine(work.params, work.geometry);
+    const ExactKernel& kernel = *level.exact.kernels;
+    const ExactLine request = makeLine(work.params, work.geometry);
     const LineRequest& line = request.line;
     Buffer<int32_t> memory;
     Buffer<uint8_t> absentRow;
-    ksys_status status = memory.allocateClear(cleanup, sumsSize(line, vec2Vectors) + lineSize(line, vec2Vectors));
+    ksys_status status = memory.allocateClear(cleanup, sumsSize(line, kernel.vectors) + lineSize(line, kernel.vectors));
     if (failed(status)) return status;
     if (failed(status = absentRow.allocateClear(cleanup, line.width))) return status;
     setZScale(work);
@@ -91,15 +93,15 @@ ksys_status gauss_vec2General(const Work& work) {
     if (failed(status = ksys_attention_check())) return status;
 
     const SourceRows rows(work.source, work.geometry.source, absentRow.data());
-    const auto run =
-        [&]<typename Pixel>(void (*smoothRows)(const Vec2Line&, const LineStep*, int64_t, int32_t*, Pixel* const*)) {
-          return feedRows<Pixel>(
-              work, rows, vec2Vectors.rows, pollAttention<64>, [&](int64_t row) { return work.outRow<Pixel>(row); },
-              [&](const LineStep* steps, int64_t count, Pixel* const* out) {
-                smoothRows(request, steps, count, memory.data(), out);
-              });
-        };
-    return ksVImageType(work.destination) == 0 ? run(vec2SmoothRows8) : run(vec2SmoothRows16);
+    const auto run = [&]<typename Pixel>(ExactKernel::SmoothRows<Pixel>* smoothRows) {
+      return feedRows<Pixel>(
+          work, rows, kernel.vectors.rows, pollAttention<64>, [&](int64_t row) { return work.outRow<Pixel>(row); },
+          [&](const LineStep* steps, int64_t count, Pixel* const* out) {
+            smoothRows(request, steps, count, memory.data(), out);
+          });
+    };
+    return ksVImageType(work.destination) == 0 ? run.template operator()<uint8_t>(kernel.smooth8)
+                                               : run.template operator()<uint16_t>(kernel.smooth16);
   });
 }
 

@@ -3,10 +3,11 @@
 #pragma once
 
 #include "gauss/work.hpp"
+#include "levels/levels.hpp"
 
 namespace kip {
 
-[[nodiscard]] bool servesExactly(const ksGaussParams& params, const RequestGeometry& geometry);
-[[nodiscard]] ksys_status gauss_vec2General(const Work& work);
+[[nodiscard]] bool servesExactly(const Level& level, const ksGaussParams& params, const RequestGeometry& geometry);
+[[nodiscard]] ksys_status gauss_vec2General(const Level& level, const Work& work);
 
 }  // namespace kip

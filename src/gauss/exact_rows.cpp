@@ -7,8 +7,6 @@ namespace kip {
 
 namespace {
 
-static_assert(vec2Vectors.rows == lanes && vec2Vectors.block == block);
-
 // ---- down the columns
 
 // First sums that need more than 16 bits.
@@ -32,17 +30,17 @@ struct IntegerRow {
   struct Constants {
     int64_t box;
     Vec multiplier;
-    Vec evenShift, oddShift;
+    Shift evenShift, oddShift;
   };
-  static Constants constantsOf(const Vec2Line& line) {
-    return {line.line.box * lanes, all32(static_cast<int32_t>(line.multiplier)), all64(line.shift),
-            all64(line.shift - 32)};
+  static Constants constantsOf(const ExactLine& line) {
+    return {line.line.box * lanes, all32(static_cast<int32_t>(line.multiplier)), shift64By(line.shift),
+            shift64By(line.shift - 32)};
   }
 
   BoxSums boxes;
   Vec sum;
 
-  explicit IntegerRow(const Vec2Line& line) : sum(all32(static_cast<int32_t>(line.half))) {}
+  explicit IntegerRow(const ExactLine& line) : sum(all32(static_cast<int32_t>(line.half))) {}
   KIP_INLINE void add(int32_t* column, const Constants& constants) {
     sum = add32(sum, boxes.add(column, constants.box));
   }
@@ -58,11 +56,11 @@ struct DoubleRow {
     int64_t box;
     Doubles reciprocal;
   };
-  static Constants constantsOf(const Vec2Line& line) { return {line.line.box * lanes, all(1.0 / line.divisor)}; }
+  static Constants constantsOf(const ExactLine& line) { return {line.line.box * lanes, all(1.0 / line.divisor)}; }
 
   Doubles third;
 
-  explicit DoubleRow(const Vec2Line& line) : third(all(line.isRounded ? 0.5 * line.divisor : 0.0)) {}
+  explicit DoubleRow(const ExactLine& line) : third(all(line.isRounded ? 0.5 * line.divisor : 0.0)) {}
   [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
     return toSigned(third * constants.reciprocal);
   }
@@ -107,13 +105,13 @@ struct SingleColumn {
     Doubles divisor, reciprocal;
     bool isRounded;
   };
-  static Constants constantsOf(const Vec2Line& line) {
+  static Constants constantsOf(const ExactLine& line) {
     return {all(line.divisor), all(1.0 / line.divisor), line.isRounded};
   }
 
   Vec sum = zeros();
 
-  explicit SingleColumn(const Vec2Line&) {}
+  explicit SingleColumn(const ExactLine&) {}
   KIP_INLINE void add(const int32_t* column, const Constants&) { sum = load(column); }
   [[nodiscard]] KIP_INLINE Vec value(const Constants& constants) const {
     const Doubles exact = fromSigned(sum);
@@ -124,7 +122,8 @@ struct SingleColumn {
 // ---- a group of output rows
 
 template <typename Row, typename Pixel>
-void smoothRows(const Vec2Line& request, const LineStep* steps, int64_t count, int32_t* memory, Pixel* const* out) {
+void smoothRowsWith(const ExactLine& request, const LineStep* steps, int64_t count, int32_t* memory,
+                    Pixel* const* out) {
   const LineRequest& line = request.line;
   FinishedRows finished;
   const auto put = [](int32_t* to, Vec column) { store(to, column); };
@@ -132,35 +131,30 @@ void smoothRows(const Vec2Line& request, const LineStep* steps, int64_t count, i
     request.isShort ? addColumns<ShortSums>(steps, count, line.readable, first, columns, memory, finished, start, put)
                     : addColumns<LongSums>(steps, count, line.readable, first, columns, memory, finished, start, put);
   };
-  smoothGroup(line, Row(request), Row::constantsOf(request), steps, count, memory + sumsSize(line, vec2Vectors), out,
+  smoothGroup(line, Row(request), Row::constantsOf(request), steps, count, memory + sumsSize(line, lineVectors), out,
               addPiece);
 }
 
 template <typename Pixel>
-void smoothRows(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory, Pixel* const* out) {
+void smoothRows(const ExactLine& line, const LineStep* steps, int64_t count, int32_t* memory, Pixel* const* out) {
   switch (line.sums) {
-    case Vec2Sums::none:
-      return smoothRows<SingleColumn>(line, steps, count, memory, out);
-    case Vec2Sums::integer:
-      return smoothRows<IntegerRow>(line, steps, count, memory, out);
-    case Vec2Sums::narrow:
-      return smoothRows<NarrowRow>(line, steps, count, memory, out);
-    case Vec2Sums::wide:
-      return smoothRows<WideRow>(line, steps, count, memory, out);
-    case Vec2Sums::widest:
-      return smoothRows<WidestRow>(line, steps, count, memory, out);
+    case ExactSums::none:
+      return smoothRowsWith<SingleColumn>(line, steps, count, memory, out);
+    case ExactSums::integer:
+      return smoothRowsWith<IntegerRow>(line, steps, count, memory, out);
+    case ExactSums::narrow:
+      return smoothRowsWith<NarrowRow>(line, steps, count, memory, out);
+    case ExactSums::wide:
+      return smoothRowsWith<WideRow>(line, steps, count, memory, out);
+    case ExactSums::widest:
+      return smoothRowsWith<WidestRow>(line, steps, count, memory, out);
   }
 }
 
 }  // namespace
 
-void vec2SmoothRows8(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory, uint8_t* const* out) {
-  smoothRows(line, steps, count, memory, out);
-}
-
-void vec2SmoothRows16(const Vec2Line& line, const LineStep* steps, int64_t count, int32_t* memory,
-                      uint16_t* const* out) {
-  smoothRows(line, steps, count, memory, out);
+namespace KIP_LANES {
+extern const ExactKernel exactRows = {lineVectors, smoothRows<uint8_t>, smoothRows<uint16_t>};
 }
 
 }  // namespace kip

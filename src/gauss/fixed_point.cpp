@@ -13,7 +13,7 @@
 #include "gauss/pixel.hpp"
 #include "geometry/setup.hpp"
 #include "kip/host/kmath.h"
-#include "levels/processor.hpp"
+#include "levels/levels.hpp"
 
 namespace kip {
 
@@ -62,12 +62,11 @@ std::optional<FixedPoint> computeFixedPoint(const ksGaussParams& params) {
 }
 
 // Whether the level serves the request: 0 or the fallback status, or why the processor is unknown.
-ksys_status accept(const ksImage* source, const ksGaussParams& params, std::optional<FixedPoint>& fixedPoint) {
+ksys_status accept(const ksImage* source, const ksGaussParams& params, const FixedPointKernel*& kernel,
+                   std::optional<FixedPoint>& fixedPoint) {
   if (params.roundResult != 0 || !isPowerOfTwo(params.scale)) return statusFallback;
-  ksys_cpuinfo info;
-  const ksys_status status = ksys_cpuinfo_init(&info);
+  const ksys_status status = kernelsFor(&Level::fixedPoint, kernel);
   if (failed(status)) return status;
-  if (!hasFeatures(info, ksys_cpuMmxSse2)) return statusFallback;
   constexpr int64_t minSamples = 9;
   if (ksImageWidth(source) < minSamples * params.xSample || ksImageHeight(source) < minSamples * params.ySample) {
     return statusFallback;
@@ -77,12 +76,13 @@ ksys_status accept(const ksImage* source, const ksGaussParams& params, std::opti
 }
 
 // The request along the row.
-Vec1Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry, const FixedPoint& fixedPoint) {
+FixedPointLine makeLine(const ksGaussParams& params, const RequestGeometry& geometry, const FixedPoint& fixedPoint,
+                        int64_t block) {
   constexpr int32_t maxNarrowSigma = 15;
   const int64_t width = geometry.source.width;
   const int64_t yBox = yKernel(params).box;
   return {.line = {.width = width,
-                   .readable = std::max(width, vec1Vectors.block),
+                   .readable = std::max(width, block),
                    .leftPad = -int64_t{geometry.padding.x},
                    .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
                    .box = xKernel(params).box,
@@ -97,18 +97,20 @@ Vec1Line makeLine(const ksGaussParams& params, const RequestGeometry& geometry, 
 }
 
 ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destination, const ksGaussParams& params,
-                   const RequestGeometry& geometry, const FixedPoint& fixedPoint, int64_t& finished) {
+                   const RequestGeometry& geometry, const FixedPointKernel& kernel, const FixedPoint& fixedPoint,
+                   int64_t& finished) {
   const ksIRegion& from = geometry.source;
-  const Vec1Line request = makeLine(params, geometry, fixedPoint);
+  const LineVectors& vectors = kernel.vectors;
+  const FixedPointLine request = makeLine(params, geometry, fixedPoint, vectors.block);
   const LineRequest& line = request.line;
   const bool isWidened = line.readable != line.width;
   Buffer<int32_t> sums, lineMemory;
   Buffer<uint8_t> rows;  // an absent one, then those that are narrower than a vector
-  ksys_status status = sums.allocateClear(cleanup, sumsSize(line, vec1Vectors));
+  ksys_status status = sums.allocateClear(cleanup, sumsSize(line, vectors));
   if (failed(status)) return status;
   status = rows.allocateClear(cleanup, line.readable * (isWidened ? int64_t{from.height} + 1 : 1));
   if (failed(status)) return status;
-  if (failed(status = lineMemory.allocate(cleanup, lineSize(line, vec1Vectors)))) return status;
+  if (failed(status = lineMemory.allocate(cleanup, lineSize(line, vectors)))) return status;
   if (params.peakNormalize == 0) {
     ksVImageSetClientZScale(destination, ksImageClientZScale(source) * params.scale);
   }
@@ -124,7 +126,7 @@ ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destinatio
   const auto run = [&](auto* first, int64_t stride, auto smoothRows) {
     using Pixel = std::remove_pointer_t<decltype(first)>;
     return feedRows<Pixel>(
-        {source, destination, params, geometry, finished}, sourceRows, vec1Vectors.rows,
+        {source, destination, params, geometry, finished}, sourceRows, vectors.rows,
         [](int64_t) -> ksys_status { return 0; },
         [&](int64_t row) { return first + row * stride / int64_t{sizeof(Pixel)}; },
         [&](const LineStep* steps, int64_t count, Pixel* const* out) {
@@ -133,9 +135,8 @@ ksys_status smooth(Cleanup& cleanup, const ksImage* source, ksVImage* destinatio
   };
   const ksIRegion& to = geometry.destination;
   return ksVImageType(destination) == 8
-             ? run(pixelAddress<uint16_t>(destination, to.x, to.y), ksUSImageVirt(destination)->stride,
-                   vec1SmoothRows16)
-             : run(pixelAddress<uint8_t>(destination, to.x, to.y), ksImageVirt(destination)->stride, vec1SmoothRows8);
+             ? run(pixelAddress<uint16_t>(destination, to.x, to.y), ksUSImageVirt(destination)->stride, kernel.smooth16)
+             : run(pixelAddress<uint8_t>(destination, to.x, to.y), ksImageVirt(destination)->stride, kernel.smooth8);
 }
 
 }  // namespace
@@ -145,8 +146,9 @@ ksys_status gauss_vec1Smooth(const ksImage* source, ksVImage* destination, const
   return withCleanup<4>([&](Cleanup& cleanup) -> ksys_status {
     check(source != nullptr && params != nullptr && out != nullptr);
     *out = nullptr;
+    const FixedPointKernel* kernel = nullptr;
     std::optional<FixedPoint> fixedPoint;
-    ksys_status status = accept(source, *params, fixedPoint);
+    ksys_status status = accept(source, *params, kernel, fixedPoint);
     if (failed(status)) return status;
 
     const bool isCreated = destination == nullptr;
@@ -155,7 +157,7 @@ ksys_status gauss_vec1Smooth(const ksImage* source, ksVImage* destination, const
     const int32_t type = ksVImageType(destination);
     check(type == 0 || type == 8);
     if (!isNull(geometry.destination)) {
-      status = smooth(cleanup, source, destination, *params, geometry, *fixedPoint, finished);
+      status = smooth(cleanup, source, destination, *params, geometry, *kernel, *fixedPoint, finished);
       if (failed(status)) {
         if (isCreated) ksImageFree(destination);
         return status;

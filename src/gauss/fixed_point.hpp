@@ -5,7 +5,7 @@
 
 namespace kip {
 
-// The engine for processors with SSE2: exact integer sums, divided by a 15-bit multiplier and truncated. A pixel is the
+// The engine of level 1: exact integer sums, divided by a 15-bit multiplier and truncated. A pixel is the
 // portable engine's truncated one or, where the quotient lies just at an integer, one off (more with a scale above 1,
 // by -4 to +1 at 256). Larger differences: unsampled 16-bit results saturate at 32767, unsampled 8-bit ones at 255.
 // Answers with the fallback status, before it has created or written anything but a null *out, what it does not serve:

@@ -9,8 +9,6 @@ namespace kip {
 
 namespace {
 
-static_assert(vec1Vectors.rows == lanes && vec1Vectors.block == block);
-
 struct Constants {
   int64_t box;
   Shift shift, finalShift;
@@ -22,7 +20,7 @@ template <typename Sums, int Limit>
 struct FixedPointRow {
   Sums sums;
 
-  explicit FixedPointRow(const Vec1Line& request) {
+  explicit FixedPointRow(const FixedPointLine& request) {
     if constexpr (!std::is_same_v<Sums, Sums32>) {
       const Vec half = all64(static_cast<int64_t>(request.half));
       sums.sum = {half, half};
@@ -43,8 +41,8 @@ struct FixedPointRow {
 };
 
 template <typename Sums, int Limit, typename Pixel>
-void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                Pixel* const* out) {
+void smoothRowsWith(const FixedPointLine& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                    Pixel* const* out) {
   const Constants constants = {request.line.box * lanes, shift32By(request.shift), shift32By(request.finalShift),
                                all32(request.multiplier)};
   FinishedRows finished;
@@ -56,31 +54,25 @@ void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, i
 }
 
 template <typename Sums, typename Pixel>
-void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                Pixel* const* out) {
+void smoothRowsWith(const FixedPointLine& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+                    Pixel* const* out) {
   constexpr int limit = sizeof(Pixel) == 1 ? 255 : 32767;
-  request.line.sample == 1 ? smoothRows<Sums, limit>(request, steps, count, sums, line, out)
-                           : smoothRows<Sums, 0>(request, steps, count, sums, line, out);
+  request.line.sample == 1 ? smoothRowsWith<Sums, limit>(request, steps, count, sums, line, out)
+                           : smoothRowsWith<Sums, 0>(request, steps, count, sums, line, out);
 }
 
 template <typename Pixel>
-void smoothRows(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
+void smoothRows(const FixedPointLine& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
                 Pixel* const* out) {
-  request.isNarrow                 ? smoothRows<Sums32>(request, steps, count, sums, line, out)
-  : request.reach == Reach::second ? smoothRows<Sums64<Reach::second>>(request, steps, count, sums, line, out)
-                                   : smoothRows<Sums64<Reach::difference>>(request, steps, count, sums, line, out);
+  request.isNarrow                 ? smoothRowsWith<Sums32>(request, steps, count, sums, line, out)
+  : request.reach == Reach::second ? smoothRowsWith<Sums64<Reach::second>>(request, steps, count, sums, line, out)
+                                   : smoothRowsWith<Sums64<Reach::difference>>(request, steps, count, sums, line, out);
 }
 
 }  // namespace
 
-void vec1SmoothRows8(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                     uint8_t* const* out) {
-  smoothRows(request, steps, count, sums, line, out);
-}
-
-void vec1SmoothRows16(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                      uint16_t* const* out) {
-  smoothRows(request, steps, count, sums, line, out);
+namespace KIP_LANES {
+extern const FixedPointKernel fixedPointRows = {lineVectors, smoothRows<uint8_t>, smoothRows<uint16_t>};
 }
 
 }  // namespace kip

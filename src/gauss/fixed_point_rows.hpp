@@ -8,10 +8,7 @@
 
 namespace kip {
 
-// The kernel of the first level.
-inline constexpr LineVectors vec1Vectors = {.block = 16, .rows = 4};
-
-struct Vec1Line {
+struct FixedPointLine {
   LineRequest line;
   bool isNarrow;  // sums are below 2^32, and `half` is 0
   Reach reach;    // of others
@@ -21,11 +18,17 @@ struct Vec1Line {
   int32_t shift, finalShift, multiplier;
 };
 
-// Take the steps, which have at most as many output rows as there are lanes and leave first sums of 16 bits and sums
-// below 2^31, and write the output rows.
-void vec1SmoothRows8(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                     uint8_t* const* out);
-void vec1SmoothRows16(const Vec1Line& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
-                      uint16_t* const* out);
+// The kernel of level 1 for an instruction set.
+struct FixedPointKernel {
+  // Takes the steps, which have at most as many output rows as `vectors` and leave first sums of 16 bits and sums below
+  // 2^31, and writes the output rows.
+  template <typename Pixel>
+  using SmoothRows = void(const FixedPointLine& request, const LineStep* steps, int64_t count, int32_t* sums,
+                          int32_t* line, Pixel* const* out);
+
+  LineVectors vectors;
+  SmoothRows<uint8_t>* smooth8;
+  SmoothRows<uint16_t>* smooth16;
+};
 
 }  // namespace kip

@@ -15,10 +15,10 @@ bool isSigma(const ksGaussParams& params, int32_t sigma) {
   return params.xSigma == sigma && params.ySigma == sigma;
 }
 
-using Path = ksys_status(const Work& work);
+using Path = ksys_status(const Level& level, const Work& work);
 
 // Null: the portable engine serves the request.
-Path* choosePath(const ksGaussParams& params, const RequestGeometry& geometry, bool is8) {
+Path* choosePath(const Level& level, const ksGaussParams& params, const RequestGeometry& geometry, bool is8) {
   // The kernels read whole vectors of columns, and the rows under a kernel lie within one reflection.
   constexpr int32_t minWidth = 32;
   constexpr int32_t minSigma2Height = 7;
@@ -29,13 +29,13 @@ Path* choosePath(const ksGaussParams& params, const RequestGeometry& geometry, b
   if (is8 && isSigma(params, 2)) {
     return isWide && geometry.source.height >= minSigma2Height ? gauss_vec2Sigma2 : nullptr;
   }
-  return servesExactly(params, geometry) ? gauss_vec2General : nullptr;
+  return servesExactly(level, params, geometry) ? gauss_vec2General : nullptr;
 }
 
 }  // namespace
 
-ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const ksGaussParams* params,
-                             ksIRegion* requested, ksVImage** out, int64_t& finished) {
+ksys_status gauss_vec2Smooth(const Level& level, const ksImage* source, ksVImage* destination,
+                             const ksGaussParams* params, ksIRegion* requested, ksVImage** out, int64_t& finished) {
   check(out != nullptr);
   RequestGeometry geometry;
   const ksys_status status = gauss_engineSetup(source, &destination, params, requested, geometry);
@@ -45,8 +45,8 @@ ksys_status gauss_vec2Smooth(const ksImage* source, ksVImage* destination, const
 
   constexpr int32_t maxSmallSize = 32;
   const bool isSmall = requested != nullptr && (requested->width <= maxSmallSize || requested->height <= maxSmallSize);
-  Path* const path = isSmall ? nullptr : choosePath(*params, geometry, ksVImageType(destination) == 0);
-  if (path != nullptr) return path({source, destination, *params, geometry, finished});
+  Path* const path = isSmall ? nullptr : choosePath(level, *params, geometry, ksVImageType(destination) == 0);
+  if (path != nullptr) return path(level, {source, destination, *params, geometry, finished});
   return gauss_genericSmooth(source, destination, params, requested, out, finished);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "gauss/pick.hpp"
+#include "gauss/small_sigma_avx2.hpp"
 #include "lanes/sigma1_sums.hpp"
 
 namespace kip {
@@ -10,7 +10,7 @@ constexpr int64_t taps = 4;
 constexpr int64_t prefetchDistance = 256;  // columns
 
 template <bool IsEven, bool IsRounded, typename LoadColumns>
-KIP_INLINE void smoothColumns(const Vec2Sigma1Group& rows, const LoadColumns& loadColumns, int64_t ahead,
+KIP_INLINE void smoothColumns(const Sigma1Group& rows, const LoadColumns& loadColumns, int64_t ahead,
                               uint8_t* const* out, int64_t at) {
   Down low;
   Down high;
@@ -32,7 +32,7 @@ KIP_INLINE void smoothColumns(const Vec2Sigma1Group& rows, const LoadColumns& lo
 
 // Results `from` to `from + count`, at least a group, of all places or of every second one.
 template <bool IsEven, bool IsRounded>
-void smoothRows(const Vec2Request& request, const Vec2Sigma1Group& rows, int64_t from, int64_t count,
+void smoothRows(const SmallSigmaRequest& request, const Sigma1Group& rows, int64_t from, int64_t count,
                 uint8_t* const* out) {
   constexpr int64_t distance = IsEven ? 2 : 1;
   for (int64_t i = 0; i < count; i += group) {
@@ -48,7 +48,7 @@ void smoothRows(const Vec2Request& request, const Vec2Sigma1Group& rows, int64_t
 }
 
 template <Pick P>
-void smoothGroup(const Vec2Request& request, const Vec2Sigma1Group& rows) {
+void smoothGroup(const SmallSigmaRequest& request, const Sigma1Group& rows) {
   constexpr bool isEven = P == Pick::even;
   const auto run = [&](int64_t from, int64_t count, uint8_t* const* out) {
     request.isRounded ? smoothRows<isEven, true>(request, rows, from, count, out)
@@ -57,9 +57,9 @@ void smoothGroup(const Vec2Request& request, const Vec2Sigma1Group& rows) {
   const int64_t results = P == Pick::any ? (request.outputs - 1) * request.sample + 1 : request.outputs;
   if (P != Pick::any && !request.isScaled && results >= group) return run(0, results, rows.out);
 
-  uint8_t waiting[size_t{vec2Sigma1Rows}][size_t{mostWaiting + 2 * group}];
-  uint8_t* out[size_t{vec2Sigma1Rows}];
-  for (int64_t i = 0; i < vec2Sigma1Rows; ++i) out[i] = waiting[i];
+  uint8_t waiting[size_t{sigma1Rows}][size_t{mostWaiting + 2 * group}];
+  uint8_t* out[size_t{sigma1Rows}];
+  for (int64_t i = 0; i < sigma1Rows; ++i) out[i] = waiting[i];
   for (int64_t from = 0; from < results; from += mostWaiting) {
     const int64_t count = smaller(mostWaiting, results - from);
     run(from, count < group ? group : count, out);
@@ -78,14 +78,9 @@ void smoothGroup(const Vec2Request& request, const Vec2Sigma1Group& rows) {
 
 }  // namespace
 
-void vec2Sigma1X1(const Vec2Request& request, const Vec2Sigma1Group& rows) {
-  smoothGroup<Pick::all>(request, rows);
-}
-void vec2Sigma1X2(const Vec2Request& request, const Vec2Sigma1Group& rows) {
-  smoothGroup<Pick::even>(request, rows);
-}
-void vec2Sigma1XN(const Vec2Request& request, const Vec2Sigma1Group& rows) {
-  smoothGroup<Pick::any>(request, rows);
+namespace KIP_LANES {
+extern const SmallSigmaKernel<Sigma1Group> sigma1 = {smoothGroup<Pick::all>, smoothGroup<Pick::even>,
+                                                     smoothGroup<Pick::any>};
 }
 
 }  // namespace kip

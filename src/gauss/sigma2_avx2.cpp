@@ -2,7 +2,7 @@
 // Weights 1, 3, 6, 7, 6, 3, 1 along either axis, which are three boxes of 3; 729 in all. Source rows are summed down
 // the columns into a line of 16-bit sums. A vector walks along the line in two places at once, one in either half, so
 // that neighbouring columns are a shift within the halves away.
-#include "gauss/pick.hpp"
+#include "gauss/small_sigma_avx2.hpp"
 
 namespace kip {
 
@@ -10,24 +10,20 @@ namespace {
 
 constexpr int64_t taps = 7;
 constexpr int64_t margin = 64;  // of the line
-constexpr int64_t lanes = 8;    // columns of the line at once, in either place
+constexpr int64_t step = 8;     // columns of the line at once, in either place
 
 // Sums down the columns are lowered so that two boxes of them fit in 16 bits with a sign.
 constexpr int32_t offset = 13 * 256;
 // A division by 729: times 11507, shifted right by 23.
 constexpr int32_t reciprocal = 11507;
 
-KIP_INLINE Vec bytePair(int first, int second) {
-  return _mm256_set1_epi16(static_cast<int16_t>(second << 8 | first));
-}
-
 // ---- down the columns
 
 template <Vec Unpack(Vec, Vec)>
 KIP_INLINE Vec weigh(const Vec (&rows)[size_t{taps}]) {
-  const Vec sums01 = _mm256_maddubs_epi16(Unpack(rows[0], rows[1]), bytePair(1, 3));
-  const Vec sums23 = _mm256_maddubs_epi16(Unpack(rows[2], rows[3]), bytePair(6, 7));
-  const Vec sums45 = _mm256_maddubs_epi16(Unpack(rows[4], rows[5]), bytePair(6, 3));
+  const Vec sums01 = weighPairs8<1, 3>(Unpack(rows[0], rows[1]));
+  const Vec sums23 = weighPairs8<6, 7>(Unpack(rows[2], rows[3]));
+  const Vec sums45 = weighPairs8<6, 3>(Unpack(rows[4], rows[5]));
   const Vec sums6 = Unpack(rows[6], _mm256_set1_epi8(static_cast<int8_t>(-offset / 256)));
   return _mm256_add_epi16(_mm256_add_epi16(sums01, sums23), _mm256_add_epi16(sums45, sums6));
 }
@@ -38,7 +34,7 @@ KIP_INLINE Vec unpackHigh(Vec a, Vec b) {
   return _mm256_unpackhi_epi8(a, b);
 }
 
-KIP_INLINE void sumColumns(const Vec2Sigma2Row& row, int64_t column, int16_t* to) {
+KIP_INLINE void sumColumns(const Sigma2Row& row, int64_t column, int16_t* to) {
   Vec rows[size_t{taps}];
   for (int64_t i = 0; i < taps; ++i) rows[i] = loadOnce(row.rows[i] + column);
   const Vec low = weigh<unpackLow>(rows);
@@ -48,9 +44,9 @@ KIP_INLINE void sumColumns(const Vec2Sigma2Row& row, int64_t column, int16_t* to
 }
 
 // Places `from` to `to` of the line, mirrored at both ends; the first one at `line`.
-KIP_INLINE void fillLine(const Vec2Request& request, const Vec2Sigma2Row& row, int64_t from, int64_t to,
+KIP_INLINE void fillLine(const SmallSigmaRequest& request, const Sigma2Row& row, int64_t from, int64_t to,
                          int16_t* line) {
-  const Vec2Sigma2Row local = row;
+  const Sigma2Row local = row;
   const int64_t width = request.width;
   const int64_t shift = from - request.leftPad;
   const int64_t begin = shift < 0 ? 0 : shift;
@@ -80,8 +76,8 @@ KIP_INLINE Vec sum3(Vec a, Vec b, Vec c) {
 class Along {
  public:
   KIP_INLINE Along(const int16_t* left, const int16_t* right, bool isRounded)
-      : left_(left + lanes),
-        right_(right + lanes),
+      : left_(left + step),
+        right_(right + step),
         start_(_mm256_set1_epi32((27 * offset + (isRounded ? 364 : 0)) * reciprocal)),
         line_(loadHalves(left, right)) {
     next();
@@ -100,8 +96,8 @@ class Along {
     const Vec middle = _mm256_add_epi32(_mm256_madd_epi16(later<1>(two_, two), both), start_);
     const Vec even = _mm256_add_epi32(_mm256_madd_epi16(two_, low), middle);
     const Vec odd = _mm256_add_epi32(_mm256_madd_epi16(later<2>(two_, two), high), middle);
-    left_ += lanes;
-    right_ += lanes;
+    left_ += step;
+    right_ += step;
     line_ = line;
     one_ = one;
     two_ = two;
@@ -122,7 +118,7 @@ KIP_INLINE void walk(const int16_t* line, int64_t count, bool isRounded, uint8_t
   const int64_t length = (count + group - 1) / group * (group / 2);
   const int64_t right = count - length;
   Along along(line, line + right, isRounded);
-  for (int64_t at = 0; at < length; at += 2 * lanes) {
+  for (int64_t at = 0; at < length; at += 2 * step) {
     const Vec first = along.next();
     const Vec second = along.next();
     storeHalves(to + at, to + right + at, _mm256_packus_epi16(first, second));
@@ -130,7 +126,7 @@ KIP_INLINE void walk(const int16_t* line, int64_t count, bool isRounded, uint8_t
 }
 
 template <Pick P>
-void smoothRow(const Vec2Request& request, const Vec2Sigma2Row& row) {
+void smoothRow(const SmallSigmaRequest& request, const Sigma2Row& row) {
   alignas(64) int16_t buffer[size_t{mostWaiting + 2 * margin}];
   uint8_t results[size_t{mostWaiting + 2 * group}];
   // source columns lie on whole vectors
@@ -157,14 +153,8 @@ void smoothRow(const Vec2Request& request, const Vec2Sigma2Row& row) {
 
 }  // namespace
 
-void vec2Sigma2X1(const Vec2Request& request, const Vec2Sigma2Row& row) {
-  smoothRow<Pick::all>(request, row);
-}
-void vec2Sigma2X2(const Vec2Request& request, const Vec2Sigma2Row& row) {
-  smoothRow<Pick::even>(request, row);
-}
-void vec2Sigma2XN(const Vec2Request& request, const Vec2Sigma2Row& row) {
-  smoothRow<Pick::any>(request, row);
+namespace KIP_LANES {
+extern const SmallSigmaKernel<Sigma2Row> sigma2 = {smoothRow<Pick::all>, smoothRow<Pick::even>, smoothRow<Pick::any>};
 }
 
 }  // namespace kip

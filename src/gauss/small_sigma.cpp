@@ -14,7 +14,7 @@ namespace kip {
 
 namespace {
 
-Vec2Request makeRequest(const Work& work, uint8_t* tail) {
+SmallSigmaRequest makeRequest(const Work& work, uint8_t* tail) {
   return {.width = work.geometry.source.width,
           .leftPad = -int64_t{work.geometry.padding.x},
           .sample = work.params.xSample,
@@ -27,7 +27,7 @@ Vec2Request makeRequest(const Work& work, uint8_t* tail) {
 
 }  // namespace
 
-ksys_status gauss_vec2Sigma1(const Work& work) {
+ksys_status gauss_vec2Sigma1(const Level& level, const Work& work) {
   return withCleanup<3>([&](Cleanup& cleanup) -> ksys_status {
     const ksGaussParams& params = work.params;
     check(params.xSigma == 1 && params.ySigma == 1 && params.xSample <= 3 && params.ySample <= 3);
@@ -37,17 +37,17 @@ ksys_status gauss_vec2Sigma1(const Work& work) {
     ksys_status status = absentRow.allocateClear(cleanup, work.geometry.source.width);
     if (failed(status)) return status;
     if (failed(status = tail.allocate(cleanup, 64))) return status;
-    const auto kernel = params.xSample == 1 ? vec2Sigma1X1 : params.xSample == 2 ? vec2Sigma1X2 : vec2Sigma1XN;
-    const Vec2Request request = makeRequest(work, tail.data());
+    const auto kernel = level.sigma1->of(params.xSample);
+    const SmallSigmaRequest request = makeRequest(work, tail.data());
     const SourceRows rows(work.source, work.geometry.source, absentRow.data());
     const ksIRegion& to = work.geometry.destination;
     for (int64_t r = 0; r < to.height;) {
       if (failed(status = pollAttention<1024>(to.y + r + 1))) return status;
       // no output row waits while attention is asked for
       const int64_t toAttention = 1024 - ((to.y + r + 1) & 1023);
-      Vec2Sigma1Group group;
+      Sigma1Group group;
       group.distance = params.ySample;
-      group.count = std::min({vec2Sigma1Rows, to.height - r, toAttention});
+      group.count = std::min({sigma1Rows, to.height - r, toAttention});
       const int64_t first = work.geometry.padding.y + r * params.ySample;
       for (int64_t i = 0; i < (group.count - 1) * params.ySample + 4; ++i) group.rows[i] = rows.at(first + i);
       for (int64_t i = 0; i < group.count; ++i) group.out[i] = work.outRow<uint8_t>(r++);
@@ -58,19 +58,19 @@ ksys_status gauss_vec2Sigma1(const Work& work) {
   });
 }
 
-ksys_status gauss_vec2Sigma2(const Work& work) {
+ksys_status gauss_vec2Sigma2(const Level& level, const Work& work) {
   constexpr int64_t taps = 7;
   const ksGaussParams& params = work.params;
-  const auto kernel = params.xSample == 1 ? vec2Sigma2X1 : params.xSample == 2 ? vec2Sigma2X2 : vec2Sigma2XN;
+  const auto kernel = level.sigma2->of(params.xSample);
   uint8_t tail[64];
-  const Vec2Request request = makeRequest(work, tail);
+  const SmallSigmaRequest request = makeRequest(work, tail);
   const SourceRows rows(work.source, work.geometry.source, nullptr);
   const int64_t height = work.geometry.destination.height;
   for (int64_t r = 0; r < height; ++r) {
     const ksys_status status = pollAttention<256>(r + 1);
     if (failed(status)) return status;
     const int64_t first = work.geometry.padding.y + r * params.ySample;
-    Vec2Sigma2Row row;
+    Sigma2Row row;
     for (int64_t i = 0; i < taps; ++i) row.rows[i] = rows.at(first + i);
     row.next = r + 1 < height ? rows.at(first + params.ySample + taps - 1) : row.rows[0];
     row.out = work.outRow<uint8_t>(r);

@@ -3,13 +3,14 @@
 #pragma once
 
 #include "gauss/work.hpp"
+#include "levels/levels.hpp"
 
 namespace kip {
 
 // Sample factors up to 3. The source rectangle is at least 32 columns wide.
-[[nodiscard]] ksys_status gauss_vec2Sigma1(const Work& work);
+[[nodiscard]] ksys_status gauss_vec2Sigma1(const Level& level, const Work& work);
 
 // The source rectangle is at least 32 columns wide and 7 rows high.
-[[nodiscard]] ksys_status gauss_vec2Sigma2(const Work& work);
+[[nodiscard]] ksys_status gauss_vec2Sigma2(const Level& level, const Work& work);
 
 }  // namespace kip

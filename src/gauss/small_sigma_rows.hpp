@@ -5,10 +5,10 @@
 
 namespace kip {
 
-// The kernels of the second level's paths for sigma 1 and 2, 8-bit results.
+// The kernels of level 2 for sigma 1 and 2, 8-bit results.
 
 // What all output rows of a request have in common.
-struct Vec2Request {
+struct SmallSigmaRequest {
   int64_t width;    // columns of the source rectangle, at least 32
   int64_t leftPad;  // columns before it that the first place of the kernel reaches
   int64_t sample;
@@ -20,26 +20,27 @@ struct Vec2Request {
 };
 
 // Output rows with the source rows under their kernels: output row i starts at source row i * distance.
-inline constexpr int64_t vec2Sigma1Rows = 8;
-inline constexpr int64_t vec2Sigma1Distance = 3;  // at most
-struct Vec2Sigma1Group {
-  const uint8_t* rows[(vec2Sigma1Rows - 1) * vec2Sigma1Distance + 4];
+inline constexpr int64_t sigma1Rows = 8;
+inline constexpr int64_t sigma1Distance = 3;  // at most
+struct Sigma1Group {
+  const uint8_t* rows[(sigma1Rows - 1) * sigma1Distance + 4];
   int64_t distance;
-  uint8_t* out[vec2Sigma1Rows];
+  uint8_t* out[sigma1Rows];
   int64_t count;  // of output rows
 };
-struct Vec2Sigma2Row {
+struct Sigma2Row {
   const uint8_t* rows[7];
   const uint8_t* next;  // a source row that the next output row needs
   uint8_t* out;
 };
 
-// By sample factor: 1, 2, any.
-void vec2Sigma1X1(const Vec2Request& request, const Vec2Sigma1Group& group);
-void vec2Sigma1X2(const Vec2Request& request, const Vec2Sigma1Group& group);
-void vec2Sigma1XN(const Vec2Request& request, const Vec2Sigma1Group& group);
-void vec2Sigma2X1(const Vec2Request& request, const Vec2Sigma2Row& row);
-void vec2Sigma2X2(const Vec2Request& request, const Vec2Sigma2Row& row);
-void vec2Sigma2XN(const Vec2Request& request, const Vec2Sigma2Row& row);
+// By sample factor along the row: 1, 2, any. `Rows`: a Sigma1Group or a Sigma2Row.
+template <typename Rows>
+struct SmallSigmaKernel {
+  using Smooth = void(const SmallSigmaRequest& request, const Rows& rows);
+  Smooth *x1, *x2, *xN;
+
+  [[nodiscard]] Smooth* of(int32_t sample) const { return sample == 1 ? x1 : sample == 2 ? x2 : xN; }
+};
 
 }  // namespace kip

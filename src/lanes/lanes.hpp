@@ -1,186 +1,118 @@
 // SPDX-License-Identifier: Apache-2.0
-// Only for kernel files that are compiled once for 128-bit vectors (SSE2) and once for 256-bit ones (AVX2): one text
-// for both. Everything is in an unnamed namespace and inlined, so that no object holds code that another could use in
-// its place. Vectors of 256 bits are two lanes of 128 bits, and unpacking stays within them.
+// The vocabulary of vectors, only for kernel files: they are compiled once for each instruction set, whose file says
+// how each operation is done. Everything is in an unnamed namespace and inlined, so that no object holds code that
+// another could use in its place.
+//
+// Vec         a vector of integers in lanes of 8, 16, 32 or 64 bits, as the operation says; VecFloat, VecDouble
+// halves      a vector is one half or two, and where lanes become wider, narrower or columns they do so within each
+//             half: 8-bit lanes 0 1 ... 15 | 16 ... 31 give low lanes of 16 bits 0 ... 7 | 16 ... 23 and high ones 8
+//             ... 15 | 24 ... 31. What keeps the order of all lanes says so.
+//
+// Memory, of any alignment:
+//   load store, of a vector; loadHalves(low, high): each half from its own place, where there are two
+//   loadBytes: as many bytes as there are 16-bit lanes, in order; storeBytes storeWords: the lanes in half the bits, in
+//     order; they fit
+// The same for every lane: zeros all8 all16 all32 all64 allDouble
+// Lane by lane:
+//   bitAnd bitOr bitXor add16 add32 add64 sub32 sub64 smaller16 (signed) multiply16 multiply32 (the low bits)
+//   multiplyPairs16: signed products of 16-bit lanes, those of neighbours added in 32 bits
+//   multiplyEven32: products in 64 bits of the even 32-bit lanes
+//   shiftLeft32 shiftRight32 shiftLeft64 shiftRight64: logical, by a count from shift32By or shift64By; counts past the
+//     width give 0. With the count as template argument also shiftLeft16 shiftRight16, shiftSigned16 shiftSigned32
+//   select(mask, yes, no), of lanes with all bits set or none; bitsOf: one bit or more of each, together allBits
+// Other widths:
+//   interleaveLow16 interleaveHigh16, ...32, ...64: of two vectors' lower or upper lanes in turn
+//   firstWords lastWords: half of the unsigned 16-bit lanes in 32 bits, in order
+//   joinBytes joinWords: two vectors' lanes in half the bits, in order; they fit
+//   saturate16: two vectors' signed 32-bit lanes limited to 16 bits
+//   lowWords(even, odd): their low 16 bits in turn; narrow(low, high): the low 32 bits of 64-bit lanes
+// Rows of pixels, in order:
+//   shiftIn<Bytes>(before, after): the last bytes of the one before all but the last of the one after
+//   shiftOut<Bytes>(before, after): all but the first bytes of the one before, the first of the one after
+//   weighPairs8<Even, Odd>: in 16 bits, Even times the even bytes plus Odd times the odd ones; the factors are signed
+//   fiveTaps8(a, ..., e): (a + 4 b + 6 c + 4 d + e + 8) / 16, byte by byte
+//   difference(a, ..., d): a - 3 b + 3 c - d of bytes, in 16 bits: Words, two vectors low and high
+// Floats of 32-bit lanes:
+//   toFloats; nearest: the nearest integer, ties to even, also of a single float; atLeast1; + - * /
+// Doubles, two vectors of them:
+//   fromSigned toSigned (truncated), of 32-bit lanes; truncate, for those of Wide; what does not fit becomes anything
+//   equal: a mask of 32-bit lanes, for those of Wide; asDoubles: the same bits; smaller: not-a-number gives the second
+// divide32(sum, multiplier, evenShift, oddShift): products in 64 bits of unsigned 32-bit lanes, shifted right;
+//   evenShift is from shift64By(shift) and oddShift from shift64By(shift - 32), of a shift from 32 to 63
+// joinHalves(columns): of a square of 32-bit lanes whose halves are transposed
 #pragma once
 
-#include <immintrin.h>
-
-#include <cstdint>
-
-#define KIP_INLINE [[gnu::always_inline]] inline
-#ifdef __AVX2__
-#define KIP_MM(operation) _mm256_##operation
-#else
-#define KIP_MM(operation) _mm_##operation
-#endif
+#include KIP_LANES_FILE
 
 namespace kip {
 
 namespace {
 
-#ifdef __AVX2__
-using Vec = __m256i;
-using VecFloat = __m256;
-using VecDouble = __m256d;
-#else
-using Vec = __m128i;
-using VecFloat = __m128;
-using VecDouble = __m128d;
-#endif
 constexpr int64_t lanes = sizeof(Vec) / 4;  // of 32 bits
 
 KIP_INLINE int64_t smaller(int64_t a, int64_t b) {
   return a < b ? a : b;
 }
+// What comes next of a row; where that is past the row nothing is read.
+KIP_INLINE void prefetch(const uint8_t* at) {
+  __builtin_prefetch(at + 256);
+}
 
-// ---- memory
+// ---- integers
 
-#ifdef __AVX2__
-KIP_INLINE Vec load(const void* from) {
-  return _mm256_loadu_si256(static_cast<const Vec*>(from));
+// All bits of a lane of 16 bits are its sign.
+KIP_INLINE Vec signs16(Vec a) {
+  return shiftSigned16<15>(a);
 }
-KIP_INLINE void store(void* to, Vec value) {
-  _mm256_storeu_si256(static_cast<Vec*>(to), value);
+// Signed lanes of 32 bits, not above a limit of 16 bits.
+template <int Limit>
+KIP_INLINE Vec limited16(Vec value) {
+  return interleaveLow16(smaller16(saturate16(value, value), all16(Limit)), zeros());
 }
-// Sixteen bytes to each half.
-KIP_INLINE Vec loadHalves(const void* low, const void* high) {
-  return _mm256_loadu2_m128i(static_cast<const __m128i*>(high), static_cast<const __m128i*>(low));
+// (a + 4 b + 6 c + 4 d + e + 8) / 16 of unsigned 16-bit lanes: of signed ones, that is 32768 lower.
+KIP_INLINE Vec fiveTaps16(Vec a, Vec b, Vec c, Vec d, Vec e) {
+  const Vec sign = all16(-32768);
+  const auto weigh = [](Vec ab, Vec cd, Vec e16) {
+    const Vec sum = add32(multiplyPairs16(ab, all32(1 | 4 << 16)), multiplyPairs16(cd, all32(6 | 4 << 16)));
+    return shiftSigned32<4>(add32(sum, multiplyPairs16(e16, all32(1 | 1 << 16))));
+  };
+  a = bitXor(a, sign), b = bitXor(b, sign), c = bitXor(c, sign), d = bitXor(d, sign), e = bitXor(e, sign);
+  const Vec half = all16(8);
+  return bitXor(sign, saturate16(weigh(interleaveLow16(a, b), interleaveLow16(c, d), interleaveLow16(e, half)),
+                                 weigh(interleaveHigh16(a, b), interleaveHigh16(c, d), interleaveHigh16(e, half))));
 }
-#else
-KIP_INLINE Vec load(const void* from) {
-  return _mm_loadu_si128(static_cast<const Vec*>(from));
-}
-KIP_INLINE void store(void* to, Vec value) {
-  _mm_storeu_si128(static_cast<Vec*>(to), value);
-}
-// There is but one half.
-KIP_INLINE Vec loadHalves(const void* low, const void*) {
-  return load(low);
-}
-#endif
-
-// ---- bits
-
-KIP_INLINE Vec zeros() {
-#ifdef __AVX2__
-  return _mm256_setzero_si256();
-#else
-  return _mm_setzero_si128();
-#endif
-}
-KIP_INLINE Vec bitAnd(Vec a, Vec b) {
-#ifdef __AVX2__
-  return _mm256_and_si256(a, b);
-#else
-  return _mm_and_si128(a, b);
-#endif
-}
-KIP_INLINE Vec bitOr(Vec a, Vec b) {
-#ifdef __AVX2__
-  return _mm256_or_si256(a, b);
-#else
-  return _mm_or_si128(a, b);
-#endif
-}
-// yes where the mask's bits are set, else no.
-KIP_INLINE Vec select(Vec mask, Vec yes, Vec no) {
-#ifdef __AVX2__
-  return _mm256_blendv_epi8(no, yes, mask);
-#else
-  return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
-#endif
-}
-// The bits of a mask's bytes, none or all of them.
-KIP_INLINE int bitsOf(Vec mask) {
-  return KIP_MM(movemask_epi8)(mask);
-}
-constexpr int allBits = sizeof(Vec) == 32 ? -1 : 0xFFFF;
-
-// Logical shifts whose count is known at run time; counts past the width give 0.
-#ifdef __AVX2__
-using Shift = Vec;
-KIP_INLINE Shift shift32By(int32_t count) {
-  return _mm256_set1_epi32(count);
-}
-KIP_INLINE Shift shift64By(int32_t count) {
-  return _mm256_set1_epi64x(count);
-}
-KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
-  return _mm256_srlv_epi32(value, count);
-}
-KIP_INLINE Vec shiftLeft32(Vec value, Shift count) {
-  return _mm256_sllv_epi32(value, count);
-}
-KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
-  return _mm256_srlv_epi64(value, count);
-}
-KIP_INLINE Vec shiftLeft64(Vec value, Shift count) {
-  return _mm256_sllv_epi64(value, count);
-}
-#else
-using Shift = __m128i;
-KIP_INLINE Shift shift32By(int32_t count) {
-  return _mm_cvtsi64_si128(count);
-}
-KIP_INLINE Shift shift64By(int32_t count) {
-  return _mm_cvtsi64_si128(count);
-}
-KIP_INLINE Vec shiftRight32(Vec value, Shift count) {
-  return _mm_srl_epi32(value, count);
-}
-KIP_INLINE Vec shiftLeft32(Vec value, Shift count) {
-  return _mm_sll_epi32(value, count);
-}
-KIP_INLINE Vec shiftRight64(Vec value, Shift count) {
-  return _mm_srl_epi64(value, count);
-}
-KIP_INLINE Vec shiftLeft64(Vec value, Shift count) {
-  return _mm_sll_epi64(value, count);
-}
-#endif
-
-// ---- products
-
-// The low 32 bits.
-KIP_INLINE Vec multiply32(Vec a, Vec b) {
-#ifdef __AVX2__
-  return _mm256_mullo_epi32(a, b);
-#else
-  const Vec even = _mm_mul_epu32(a, b);
-  const Vec odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
-  return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, 0x08), _mm_shuffle_epi32(odd, 0x08));
-#endif
+// Neighbouring columns of values as bytes.
+KIP_INLINE Vec lowBytes(Vec even, Vec odd) {
+  return bitOr(bitAnd(even, all16(0xFF)), shiftLeft16<8>(odd));
 }
 // The low 64 bits of 64-bit values times one of less than 2^32.
 KIP_INLINE Vec multiply64(Vec value, Vec factor) {
-  const Vec high = KIP_MM(mul_epu32)(KIP_MM(srli_epi64)(value, 32), factor);
-  return KIP_MM(add_epi64)(KIP_MM(mul_epu32)(value, factor), KIP_MM(slli_epi64)(high, 32));
+  return add64(multiplyEven32(value, factor), shiftLeft64<32>(multiplyEven32(shiftRight64<32>(value), factor)));
 }
 
-// ---- eight lanes of 64 bits: the first and the second two of each half of a vector of 32-bit lanes
+// ---- as many lanes of 64 bits as a vector has of 32: the lower and the upper ones of its halves
 
 struct Wide {
   Vec low, high;
 };
-struct Doubles {
-  VecDouble low, high;
-};
 
 KIP_INLINE Wide widen(Vec value, Vec upper) {
-  return {KIP_MM(unpacklo_epi32)(value, upper), KIP_MM(unpackhi_epi32)(value, upper)};
+  return {interleaveLow32(value, upper), interleaveHigh32(value, upper)};
 }
 KIP_INLINE Wide widenUnsigned(Vec value) {
   return widen(value, zeros());
 }
 KIP_INLINE Wide widenSigned(Vec value) {
-  return widen(value, KIP_MM(srai_epi32)(value, 31));
+  return widen(value, shiftSigned32<31>(value));
+}
+KIP_INLINE Vec narrow(Wide a) {
+  return narrow(a.low, a.high);
 }
 KIP_INLINE Wide operator+(Wide a, Wide b) {
-  return {KIP_MM(add_epi64)(a.low, b.low), KIP_MM(add_epi64)(a.high, b.high)};
+  return {add64(a.low, b.low), add64(a.high, b.high)};
 }
 KIP_INLINE Wide operator-(Wide a, Wide b) {
-  return {KIP_MM(sub_epi64)(a.low, b.low), KIP_MM(sub_epi64)(a.high, b.high)};
+  return {sub64(a.low, b.low), sub64(a.high, b.high)};
 }
 KIP_INLINE Wide operator&(Wide a, Vec bits) {
   return {bitAnd(a.low, bits), bitAnd(a.high, bits)};
@@ -191,208 +123,62 @@ KIP_INLINE Wide operator*(Wide a, Vec factor) {
 KIP_INLINE Wide operator>>(Wide a, Shift count) {
   return {shiftRight64(a.low, count), shiftRight64(a.high, count)};
 }
-// The low 32 bits of each.
-KIP_INLINE Vec narrow(Wide a) {
-#ifdef __AVX2__
-  return _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(a.low), _mm256_castsi256_ps(a.high), 0x88));
-#else
-  return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a.low), _mm_castsi128_ps(a.high), 0x88));
-#endif
-}
+
+// ---- doubles
 
 KIP_INLINE Doubles operator+(Doubles a, Doubles b) {
-  return {KIP_MM(add_pd)(a.low, b.low), KIP_MM(add_pd)(a.high, b.high)};
+  return {a.low + b.low, a.high + b.high};
 }
 KIP_INLINE Doubles operator-(Doubles a, Doubles b) {
-  return {KIP_MM(sub_pd)(a.low, b.low), KIP_MM(sub_pd)(a.high, b.high)};
+  return {a.low - b.low, a.high - b.high};
 }
 KIP_INLINE Doubles operator*(Doubles a, Doubles b) {
-  return {KIP_MM(mul_pd)(a.low, b.low), KIP_MM(mul_pd)(a.high, b.high)};
+  return {a.low * b.low, a.high * b.high};
 }
 KIP_INLINE Doubles operator/(Doubles a, Doubles b) {
-  return {KIP_MM(div_pd)(a.low, b.low), KIP_MM(div_pd)(a.high, b.high)};
+  return {a.low / b.low, a.high / b.high};
 }
 KIP_INLINE Doubles all(double value) {
-  return {KIP_MM(set1_pd)(value), KIP_MM(set1_pd)(value)};
+  return {allDouble(value), allDouble(value)};
 }
 // Not-a-number gives the limit.
 KIP_INLINE Doubles limited(Doubles a, double limit) {
-  return {KIP_MM(min_pd)(a.low, KIP_MM(set1_pd)(limit)), KIP_MM(min_pd)(a.high, KIP_MM(set1_pd)(limit))};
+  return {smaller(a.low, allDouble(limit)), smaller(a.high, allDouble(limit))};
 }
-// The magic number 2^52: an integer below it in the low bits of its own is the double 2^52 + integer.
-constexpr double magic = 4503599627370496.0;
-KIP_INLINE VecDouble asDoubles(Vec bits) {
-#ifdef __AVX2__
-  return _mm256_castsi256_pd(bits);
-#else
-  return _mm_castsi128_pd(bits);
-#endif
-}
-// Integers below 2^52.
+// Integers below 2^52: in the low bits of the double 2^52 they make it 2^52 + integer.
 KIP_INLINE Doubles toDoubles(Wide a) {
-  const Vec bits = KIP_MM(set1_epi64x)(0x4330000000000000);
-  return Doubles{asDoubles(bitOr(a.low, bits)), asDoubles(bitOr(a.high, bits))} - all(magic);
+  const Vec bits = all64(0x4330000000000000);
+  return Doubles{asDoubles(bitOr(a.low, bits)), asDoubles(bitOr(a.high, bits))} - all(0x1p52);
 }
-// Truncated, to 32-bit lanes; what does not fit gives any value.
-KIP_INLINE Vec truncate(Doubles a) {
-#ifdef __AVX2__
-  const Vec halves = _mm256_set_m128i(_mm256_cvttpd_epi32(a.high), _mm256_cvttpd_epi32(a.low));
-  return _mm256_permute4x64_epi64(halves, 0xD8);
-#else
-  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(a.low), _mm_cvttpd_epi32(a.high));
-#endif
-}
-// Where they are equal, for 32-bit lanes.
-KIP_INLINE Vec equal(Doubles a, Doubles b) {
-#ifdef __AVX2__
-  return narrow({_mm256_castpd_si256(_mm256_cmp_pd(a.low, b.low, _CMP_EQ_OQ)),
-                 _mm256_castpd_si256(_mm256_cmp_pd(a.high, b.high, _CMP_EQ_OQ))});
-#else
-  return narrow({_mm_castpd_si128(_mm_cmpeq_pd(a.low, b.low)), _mm_castpd_si128(_mm_cmpeq_pd(a.high, b.high))});
-#endif
-}
-
-// ---- sums and neighbours
-
-KIP_INLINE Vec add16(Vec a, Vec b) {
-  return KIP_MM(add_epi16)(a, b);
-}
-KIP_INLINE Vec add32(Vec a, Vec b) {
-  return KIP_MM(add_epi32)(a, b);
-}
-KIP_INLINE Vec sub32(Vec a, Vec b) {
-  return KIP_MM(sub_epi32)(a, b);
-}
-KIP_INLINE Vec all32(int32_t value) {
-  return KIP_MM(set1_epi32)(value);
-}
-KIP_INLINE Vec all64(int64_t value) {
-  return KIP_MM(set1_epi64x)(value);
-}
-// All bits of a lane of 16 bits are its sign.
-KIP_INLINE Vec signs16(Vec a) {
-  return KIP_MM(srai_epi16)(a, 15);
-}
-KIP_INLINE Vec interleaveLow16(Vec a, Vec b) {
-  return KIP_MM(unpacklo_epi16)(a, b);
-}
-KIP_INLINE Vec interleaveHigh16(Vec a, Vec b) {
-  return KIP_MM(unpackhi_epi16)(a, b);
-}
-// In 32-bit lanes: the products of pairs of 16-bit lanes, added.
-KIP_INLINE Vec multiplyPairs16(Vec a, Vec b) {
-  return KIP_MM(madd_epi16)(a, b);
-}
-// Signed lanes of 32 bits, not above a limit of 16 bits.
-template <int Limit>
-KIP_INLINE Vec limited16(Vec value) {
-  const Vec saturated = KIP_MM(min_epi16)(KIP_MM(packs_epi32)(value, value), KIP_MM(set1_epi16)(Limit));
-  return KIP_MM(unpacklo_epi16)(saturated, zeros());
-}
-
-// The third difference of a block of bytes, in 16 bits: its first half and its second half of each vector half.
-struct Words {
-  Vec low, high;
-};
-
-#ifdef __AVX2__
-KIP_INLINE Vec bytePairs(int first, int second) {
-  return _mm256_set1_epi16(static_cast<int16_t>((second & 0xFF) << 8 | (first & 0xFF)));
-}
-KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
-  const auto third = [](Vec ab, Vec cd) {
-    return _mm256_add_epi16(_mm256_maddubs_epi16(ab, bytePairs(1, -3)), _mm256_maddubs_epi16(cd, bytePairs(3, -1)));
-  };
-  return {third(_mm256_unpacklo_epi8(a, b), _mm256_unpacklo_epi8(c, d)),
-          third(_mm256_unpackhi_epi8(a, b), _mm256_unpackhi_epi8(c, d))};
-}
-#else
-KIP_INLINE Words difference(Vec a, Vec b, Vec c, Vec d) {
-  const auto third = [](Vec a16, Vec b16, Vec c16, Vec d16) {
-    const Vec inner = _mm_sub_epi16(c16, b16);
-    return _mm_add_epi16(_mm_sub_epi16(a16, d16), _mm_add_epi16(inner, _mm_add_epi16(inner, inner)));
-  };
-  const Vec zero = zeros();
-  return {third(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero), _mm_unpacklo_epi8(c, zero),
-                _mm_unpacklo_epi8(d, zero)),
-          third(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero), _mm_unpackhi_epi8(c, zero),
-                _mm_unpackhi_epi8(d, zero))};
-}
-#endif
-// What comes next of a row; where that is past the row nothing is read.
-KIP_INLINE void prefetch(const uint8_t* at) {
-  _mm_prefetch(at + 256, _MM_HINT_T0);
-}
-
-// Neighbouring columns of values as pixels in 32 bits, with the low bits of each.
-KIP_INLINE Vec lowWords(Vec a, Vec b) {
-#ifdef __AVX2__
-  return _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xAA);
-#else
-  return bitOr(bitAnd(a, _mm_set1_epi32(0xFFFF)), _mm_slli_epi32(b, 16));
-#endif
-}
-KIP_INLINE Vec lowBytes(Vec even, Vec odd) {
-  return bitOr(bitAnd(even, KIP_MM(set1_epi16)(0xFF)), KIP_MM(slli_epi16)(odd, 8));
-}
-
-#ifdef __AVX2__
-// Eight doubles, as the lanes follow one another.
-KIP_INLINE Doubles fromSigned(Vec value) {
-  return {_mm256_cvtepi32_pd(_mm256_castsi256_si128(value)), _mm256_cvtepi32_pd(_mm256_extracti128_si256(value, 1))};
-}
-KIP_INLINE Vec toSigned(Doubles a) {
-  return _mm256_set_m128i(_mm256_cvttpd_epi32(a.high), _mm256_cvttpd_epi32(a.low));
-}
-// Unsigned sums times a multiplier, shifted right by the shift, of at least 32.
-KIP_INLINE Vec divide32(Vec sum, Vec multiplier, Vec evenShift, Vec oddShift) {
-  const Vec even = _mm256_mul_epu32(sum, multiplier);
-  const Vec odd = _mm256_mul_epu32(_mm256_shuffle_epi32(sum, 0xF5), multiplier);
-  return _mm256_blend_epi32(_mm256_srlv_epi64(even, evenShift), _mm256_srlv_epi64(odd, oddShift), 0xAA);
-}
-#endif
 
 // ---- rows to columns, for groups of `lanes` rows
 
-// Four neighbours of every row, whose quads are `pitch` apart, become four vectors, each a column: first, third,
-// second, fourth at `to`, `to` + 2 lanes, ... in the order of columns.
+// The square of 32-bit lanes in each half of four rows.
+KIP_INLINE void transposeHalves(Vec* rows) {
+  const Vec low01 = interleaveLow32(rows[0], rows[1]);
+  const Vec low23 = interleaveLow32(rows[2], rows[3]);
+  const Vec high01 = interleaveHigh32(rows[0], rows[1]);
+  const Vec high23 = interleaveHigh32(rows[2], rows[3]);
+  rows[0] = interleaveLow64(low01, low23);
+  rows[1] = interleaveHigh64(low01, low23);
+  rows[2] = interleaveLow64(high01, high23);
+  rows[3] = interleaveHigh64(high01, high23);
+}
+
+// Four neighbours of every row, whose quads are `pitch` apart, become four columns, a row to a lane.
 KIP_INLINE void transposeQuads(const int32_t* rows, int64_t pitch, Vec (&column)[4]) {
-  Vec row[4];
-  for (int64_t j = 0; j < 4; ++j) row[j] = loadHalves(rows + j * pitch, rows + (j + 4) * pitch);
-  const Vec low01 = KIP_MM(unpacklo_epi32)(row[0], row[1]);
-  const Vec low23 = KIP_MM(unpacklo_epi32)(row[2], row[3]);
-  const Vec high01 = KIP_MM(unpackhi_epi32)(row[0], row[1]);
-  const Vec high23 = KIP_MM(unpackhi_epi32)(row[2], row[3]);
-  column[0] = KIP_MM(unpacklo_epi64)(low01, low23);
-  column[1] = KIP_MM(unpackhi_epi64)(low01, low23);
-  column[2] = KIP_MM(unpacklo_epi64)(high01, high23);
-  column[3] = KIP_MM(unpackhi_epi64)(high01, high23);
+  for (int64_t j = 0; j < 4; ++j) column[j] = loadHalves(rows + j * pitch, rows + (j + 4) * pitch);
+  transposeHalves(column);
 }
 
 // A square of 32-bit lanes.
 KIP_INLINE void transpose(Vec (&rows)[lanes]) {
-  Vec pairs[lanes];
-  for (int64_t i = 0; i < lanes / 2; ++i) {
-    pairs[2 * i] = KIP_MM(unpacklo_epi32)(rows[2 * i], rows[2 * i + 1]);
-    pairs[2 * i + 1] = KIP_MM(unpackhi_epi32)(rows[2 * i], rows[2 * i + 1]);
-  }
-  Vec fours[lanes];
-  for (int64_t i = 0; i < lanes / 4; ++i) {
-    for (int64_t j = 0; j < 2; ++j) {
-      fours[4 * i + 2 * j] = KIP_MM(unpacklo_epi64)(pairs[4 * i + j], pairs[4 * i + j + 2]);
-      fours[4 * i + 2 * j + 1] = KIP_MM(unpackhi_epi64)(pairs[4 * i + j], pairs[4 * i + j + 2]);
-    }
-  }
-  for (int64_t i = 0; i < 4; ++i) {
-#ifdef __AVX2__
-    rows[i] = _mm256_permute2x128_si256(fours[i], fours[i + 4], 0x20);
-    rows[i + 4] = _mm256_permute2x128_si256(fours[i], fours[i + 4], 0x31);
-#else
-    rows[i] = fours[i];
-#endif
-  }
+  for (int64_t i = 0; i < lanes; i += 4) transposeHalves(rows + i);
+  joinHalves(rows);
 }
 
 }  // namespace
 
 }  // namespace kip
+
+#include "lanes/x86_names.hpp"

@@ -18,6 +18,7 @@ namespace {
 // ---- down the columns
 
 constexpr int64_t block = 4 * lanes;  // columns that enter at once
+constexpr LineVectors lineVectors = {.block = block, .rows = lanes};
 
 // Of a block of each row as row(i) loads it.
 template <typename Row>
@@ -114,7 +115,7 @@ template <typename Put>
 KIP_INLINE void transposeBlock(const int32_t* rows, int32_t* line, Put&& put) {
 #pragma GCC unroll 8
   for (int64_t quad = 0; quad < lanes; ++quad) {
-    const int64_t first = lanes == 8 ? quad % 2 * 16 + quad / 2 * 4 : quad * 4;
+    const int64_t first = quad % halves * 16 + quad / halves * 4;  // of its half
     Vec column[4];
     transposeQuads(rows + quad * 4, block, column);
     for (int64_t i = 0; i < 4; ++i) put(line + (first + i) * lanes, column[i]);

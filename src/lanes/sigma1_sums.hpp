@@ -4,7 +4,7 @@
 // rows take shape.
 #pragma once
 
-#include "lanes/avx2_direct.hpp"
+#include "lanes/lanes.hpp"
 
 namespace kip {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "binomial/choose_rows.hpp"
 #include "binomial/kernels.hpp"
-#include "binomial/levels.hpp"
 #include "kip/host/ksys.h"
 #include "oracle/binomial.hpp"
 
@@ -99,7 +99,7 @@ int32_t attentionChecks(const KernelRow<Pixel>& row, int32_t height) {
 // Whether the hook, the kernel's own or its pass's, serves the request; else it answers with the fallback status.
 template <typename Pixel>
 bool serves(const KernelRow<Pixel>& row, const Level& level, int32_t width, int32_t height, bool wantsMask) {
-  if (!kip::hasVectorRows()) return false;
+  if (kip::levels().size() == 1) return false;
   const bool isXY = row.alongBoth() && row.reduces(), is5x5 = row.alongBoth() && !row.reduces();
   const bool vectors = level.has(sizeof(Pixel) == 1 ? ksys_cpuSse2Integer : ksys_cpuSse41);
   if (!row.masked) return width > 2 && (vectors || sizeof(Pixel) == 1 || (isXY && height < 2));

@@ -275,7 +275,7 @@ TYPED_TEST(Reduce, LevelsSelectTheirRows) {
     EXPECT_EQ(plain, masked);
     return masked;
   };
-  if (!kip::hasVectorRows()) GTEST_SKIP() << "no vector rows";
+  if (kip::levels().size() == 1) GTEST_SKIP() << "no vector rows";
   EXPECT_NE(select(sse41Level), select(sse41Level | ksys_cpuAvx2));
   EXPECT_NE(select(sse41Level), &kip::portableRows<TypeParam>());
 }

@@ -39,7 +39,7 @@ struct Request {
 
 }  // namespace
 
-TEST(Vec1, LargeValuesSaturateUnsampledAndWrapSampled) {
+TEST(Level1, LargeValuesSaturateUnsampledAndWrapSampled) {
   Request request(40, 40, 255);
   request.params.xSigma = request.params.ySigma = 0;
   const auto firstPixel = [&](int32_t xSample, float scale, auto pixel) -> uint32_t {
@@ -53,7 +53,7 @@ TEST(Vec1, LargeValuesSaturateUnsampledAndWrapSampled) {
   EXPECT_EQ(firstPixel(2, 512.0f, uint16_t{}), 65024u);  // 130560 - 65536
 }
 
-TEST(Vec1, RoundsTheMultiplierAndTheDroppedBits) {
+TEST(Level1, RoundsTheMultiplierAndTheDroppedBits) {
   // a sum of 2^26 - 4, where 23 bits are dropped, the first 6 of them rounded
   Request corner(88, 88, 0);
   for (int32_t y = 0; y < 26; ++y) std::fill_n(&corner.pixels.at(-7, 5 + y), 55, uint8_t{1});
@@ -69,7 +69,7 @@ TEST(Vec1, RoundsTheMultiplierAndTheDroppedBits) {
   EXPECT_EQ(peak.run<uint16_t>(), std::vector<uint16_t>{75 * 32767 >> 10});
 }
 
-TEST(Vec1, ServesUpToItsLimits) {
+TEST(Level1, ServesUpToItsLimits) {
   constexpr struct {
     int32_t width, height, xSample, ySample, xSigma, ySigma;
     float scale;

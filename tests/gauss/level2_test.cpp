@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Where the second level may overflow, and what a failing attention check leaves; tests/kernelcheck does the rest.
-#include "gauss/level2.hpp"
-
+// Where level 2 may overflow, and what a failing attention check leaves; tests/kernelcheck does the rest.
 #include <gtest/gtest.h>
 
 #include "gauss/portable.hpp"
@@ -55,7 +53,7 @@ GaussCase makeCase(int32_t y, int32_t width, int32_t height, int32_t xSigma, int
   return test;
 }
 
-class Vec2 : public testing::Test {
+class Level2 : public testing::Test {
  protected:
   void SetUp() override {
     ksys_cpuinfo processor;
@@ -67,7 +65,7 @@ class Vec2 : public testing::Test {
 }  // namespace
 
 // Columns that make the running sums as large as they get: white, and stripes as high as the box.
-TEST_F(Vec2, GeneralPathHoldsTheLargestSums) {
+TEST_F(Level2, GeneralPathHoldsTheLargestSums) {
   for (const int32_t ySigma : {63, 64, 70, 127, 202, 203, 258}) {
     for (const int32_t xSigma : {1, 44, 5000}) {
       GaussCase test = makeCase(-4, 40, 3 * ySigma + 9, xSigma, ySigma, 7);
@@ -77,14 +75,14 @@ TEST_F(Vec2, GeneralPathHoldsTheLargestSums) {
           const auto stripe = static_cast<int32_t>(i / 40) / (ySigma + 1);
           test.source.pixels[i] = (white >> (stripe % 2)) % 2 != 0 ? 255 : 0;
         }
-        EXPECT_EQ(run<uint8_t>(kip::gauss_vec2Smooth, test), run<uint8_t>(kip::gauss_genericSmooth, test));
+        EXPECT_EQ(run<uint8_t>(kip::dispatch, test), run<uint8_t>(kip::gauss_genericSmooth, test));
       }
     }
   }
 }
 
 // The destination keeps exactly the rows before the check that failed.
-TEST_F(Vec2, AttentionStopsTheRows) {
+TEST_F(Level2, AttentionStopsTheRows) {
   const struct {
     int32_t sigma, y, ySample;
     std::vector<int32_t> stops;  // the row that the check precedes, counted from the first
@@ -96,10 +94,10 @@ TEST_F(Vec2, AttentionStopsTheRows) {
   for (const auto& row : rows) {
     const GaussCase test = makeCase(row.y, 33, 2100, row.sigma, row.sigma, row.ySample);
     SCOPED_TRACE(test.describe());
-    const auto all = run<uint8_t>(kip::gauss_vec2Smooth, test);
+    const auto all = run<uint8_t>(kip::dispatch, test);
     EXPECT_EQ(all.attentionChecks, int64_t(row.stops.size()));
     for (size_t i = 0; i < row.stops.size(); ++i) {
-      const auto stopped = run<uint8_t>(kip::gauss_vec2Smooth, test, int64_t(i) + 1);
+      const auto stopped = run<uint8_t>(kip::dispatch, test, int64_t(i) + 1);
       EXPECT_EQ(stopped.status, KSYS_STATUS(0x8000BEEF));
       EXPECT_EQ(stopped.finished, row.stops[i]);
       std::vector<uint8_t> expected = all.pixels;
@@ -109,10 +107,9 @@ TEST_F(Vec2, AttentionStopsTheRows) {
   }
   for (const auto& [sigma, ySample] : {std::pair{3, 1}, {50, 1}, {0, 3}, {12, 5}}) {
     const GaussCase test = makeCase(-4, 40, 300, sigma, sigma, ySample);
-    const int64_t checks = run<uint16_t>(kip::gauss_vec2Smooth, test).attentionChecks;
+    const int64_t checks = run<uint16_t>(kip::dispatch, test).attentionChecks;
     for (int64_t failAt = 1; failAt <= checks; ++failAt) {
-      EXPECT_EQ(run<uint16_t>(kip::gauss_vec2Smooth, test, failAt),
-                run<uint16_t>(kip::gauss_genericSmooth, test, failAt))
+      EXPECT_EQ(run<uint16_t>(kip::dispatch, test, failAt), run<uint16_t>(kip::gauss_genericSmooth, test, failAt))
           << test.describe() << " check " << failAt;
     }
   }

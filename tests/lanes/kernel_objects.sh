@@ -1,10 +1,10 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# usage: kernel_objects.sh weak|sse2 OBJECT...
-# weak: fails when an object holds a symbol that the linker may merge with another object's of other instructions.
-# sse2: fails when an object holds an instruction that x86-64 processors need not have.
+# usage: kernel_objects.sh SET OBJECT..., an instruction set and the objects of its kernels
+# Fails when one holds a symbol that the linker may merge with another object's of other instructions or, for sse2, an
+# instruction that x86-64 processors need not have.
 set -eu
-check=$1
+set=$1
 shift
 [ $# -gt 0 ] || { echo "no object given"; exit 1; }
 failures=0
@@ -14,24 +14,18 @@ later="$later|pmulhrsw|palignr|pmul(ld|dq)|p?blend[a-z]*|p(min|max)(sb|sd|uw|ud)
 later="$later|ptest|pcmp(eq|gt)q|packusdw|round[ps][sd]|dpp[sd]|mpsadbw|phminposuw|(insert|extract)ps|movntdqa"
 later="$later|pcmp[ei]str[im]|crc32[a-z]*|popcnt|lzcnt|tzcnt|andn|bextr|bls[a-z]+|bzhi|pdep|pext|mulx|rorx|s[ah][lr]x|movbe"
 
+look() {
+  echo "$listing" | grep -q -e "$1" || found="nothing to look at"
+  [ -z "$found" ] || { echo "$object:"; echo "$found" | head -20; failures=1; }
+}
+
 for object in "$@"; do
-  case $check in
-    weak)
-      listing=$(nm -C "$object")
-      sign=' [Tt] '
-      found=$(echo "$listing" | grep -E '^[0-9a-f ]+ [VWvwu] ' || true)
-      ;;
-    sse2)
-      listing=$(objdump -d --no-show-raw-insn "$object")
-      sign='%xmm'
-      found=$(echo "$listing" | grep -E "^ *[0-9a-f]+:[[:space:]]+($later) |%[yz]mm" || true)
-      ;;
-  esac
-  echo "$listing" | grep -q -e "$sign" || found="nothing to look at"
-  if [ -n "$found" ]; then
-    echo "$object:"
-    echo "$found" | head -20
-    failures=1
-  fi
+  listing=$(nm -C "$object")
+  found=$(echo "$listing" | grep -E '^[0-9a-f ]+ [VWvwu] ' || true)
+  look ' [Tt] '
+  [ "$set" = sse2 ] || continue
+  listing=$(objdump -d --no-show-raw-insn "$object")
+  found=$(echo "$listing" | grep -E "^ *[0-9a-f]+:[[:space:]]+($later) |%[yz]mm" || true)
+  look '%xmm'
 done
 exit $failures

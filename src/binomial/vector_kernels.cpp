@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table of the vectorised row kernels; include the lanes of an instruction set first.
-#pragma once
-
 #include "binomial/vector_masked_rows.hpp"
 #include "binomial/vector_rows.hpp"
 
@@ -22,5 +19,10 @@ constexpr RowKernels<Pixel> vectorRows{
 };
 
 }  // namespace
+
+namespace KIP_LANES {
+extern const RowKernels<uint8_t> binomialRows8 = vectorRows<uint8_t>;
+extern const RowKernels<uint16_t> binomialRows16 = vectorRows<uint16_t>;
+}  // namespace KIP_LANES
 
 }  // namespace kip

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "gauss/small_sigma_rows.hpp"
-#include "lanes/avx2_direct.hpp"
+#include "lanes/lanes.hpp"
 
 namespace kip {
 
@@ -43,7 +43,7 @@ KIP_INLINE Vec evenBytes(const uint8_t* bytes) {
 
 // Writes the pixels that are kept of results `from` to `from + count`.
 template <Pick P>
-KIP_INLINE void writePicked(const Vec2Request& request, const uint8_t* results, int64_t from, int64_t count,
+KIP_INLINE void writePicked(const SmallSigmaRequest& request, const uint8_t* results, int64_t from, int64_t count,
                             uint8_t* out) {
   int64_t next = (from + request.sample - 1) / request.sample;
   if constexpr (P == Pick::all) {
