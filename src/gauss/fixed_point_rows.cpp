@@ -43,7 +43,9 @@ struct FixedPointRow {
 template <typename Sums, int Limit, typename Pixel>
 void smoothRowsWith(const FixedPointLine& request, const LineStep* steps, int64_t count, int32_t* sums, int32_t* line,
                     Pixel* const* out) {
-  const Constants constants = {request.line.box * lanes, shift32By(request.shift), shift32By(request.finalShift),
+  const bool is32 = std::is_same_v<Sums, Sums32>;
+  const Shift shift = is32 ? shift32By(request.shift) : shift64By(request.shift);
+  const Constants constants = {request.line.box * lanes, shift, shift32By(request.finalShift),
                                all32(request.multiplier)};
   FinishedRows finished;
   const auto put = [](int32_t* to, Vec column) { store(to, column); };
