@@ -17,8 +17,9 @@
 //   bitAnd bitOr bitXor add16 add32 add64 sub32 sub64 smaller16 (signed) multiply16 multiply32 (the low bits)
 //   multiplyPairs16: signed products of 16-bit lanes, those of neighbours added in 32 bits
 //   multiplyEven32: products in 64 bits of the even 32-bit lanes
-//   shiftLeft32 shiftRight32 shiftLeft64 shiftRight64: logical, by a count from shift32By or shift64By; counts past the
-//     width give 0. With the count as template argument also shiftLeft16 shiftRight16, shiftSigned16 shiftSigned32
+//   shiftLeft32 shiftRight32 shiftLeft64 shiftRight64: logical, by a count from shift32By or shift64By, which are
+//     not the same; counts past the width give 0. With the count as template argument also shiftLeft16 shiftRight16,
+//     shiftSigned16 shiftSigned32
 //   select(mask, yes, no), of lanes with all bits set or none; bitsOf: one bit or more of each, together allBits
 // Other widths:
 //   interleaveLow16 interleaveHigh16, ...32, ...64: of two vectors' lower or upper lanes in turn
