@@ -38,8 +38,8 @@ ksys_status smoothImage(Axes axes, const kimg_imageConst* src, const kimg_image8
     if (isBound != 0 && isNull != 0) return 0;
     kimg_window dstWindow;
     if (failed(status = kimg_window_init(&dstWindow, dst))) return status;
-    kstd_rect32 dstRect;
-    if (failed(status = getWindow<Pixel>(dstWindow, dstRect))) return status;
+    kstd_rect32 unused;  // the host refuses pixels of another size
+    if (failed(status = getWindow<Pixel>(dstWindow, unused))) return status;
     kimg_window8 dstMaskWindow;
     if (dstMask != nullptr && failed(status = kimg_window8_init(&dstMaskWindow, dstMask))) return status;
 

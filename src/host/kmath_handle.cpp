@@ -244,23 +244,17 @@ void kiphost::assign(kmath_xformPtrhConst& to, const kmath_xformPtrhConst& from)
 
 ksys_status kiphost::assignInverse(kmath_xformPtrhConst& to, const kmath_xformPtrhConst& from) {
   const kmath_xform* const xform = from.xform;
-  if (xform == nullptr) {
-    replace(to, nullptr);
-    return 0;
-  }
-  if (xform->kind == Kind::inverse) {
-    replace(to, retained(xform->outer));
+  if (xform == nullptr || xform->kind == Kind::inverse) {
+    replace(to, xform == nullptr ? nullptr : retained(xform->outer));
     return 0;
   }
   kmath_xform* inverse;
-  ksys_status status;
   if (xform->kind == Kind::linear) {
     kmath_xformLinear linear;
-    status = kmath_xformLinear_getInverse(&xform->linear, &linear);
-    if (!failed(status)) status = createLinear(linear, &inverse);
-    if (failed(status)) return status;
+    ksys_status status = kmath_xformLinear_getInverse(&xform->linear, &linear);
+    if (failed(status) || failed(status = createLinear(linear, &inverse))) return status;
   } else {
-    status = create(Kind::inverse, &inverse);
+    const ksys_status status = create(Kind::inverse, &inverse);
     if (failed(status)) return status;
     inverse->outer = retained(xform);
     inverse->depth = xform->depth;

@@ -10,10 +10,12 @@ constexpr int32_t saturated(int64_t value) {
   return static_cast<int32_t>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
 }
 
-// The region of these fields, null when it has no pixel.
-constexpr ksIRegion regionOf(int64_t x, int64_t y, int64_t width, int64_t height) {
-  if (width < 1 || height < 1) return {};
-  return {saturated(x), saturated(y), saturated(width), saturated(height)};
+// What k's taps sweep from every pixel of a, with sign 1; the pixels of a from where all of them lie inside it, with
+// -1. Null when that is no pixel.
+ksIRegion combined(const ksIRegion& a, const ksIRegion& k, int64_t sign) {
+  const int64_t width = a.width + sign * (int64_t{k.width} - 1), height = a.height + sign * (int64_t{k.height} - 1);
+  if (isNull(a) || isNull(k) || width < 1 || height < 1) return {};
+  return {saturated(a.x + sign * k.x), saturated(a.y + sign * k.y), saturated(width), saturated(height)};
 }
 
 }  // namespace
@@ -37,19 +39,9 @@ int32_t ksIRegionContains(const ksIRegion* a, const ksIRegion* b) {
 }
 
 void ksIRegionDilate(const ksIRegion* a, const ksIRegion* k, ksIRegion* out) {
-  if (isNull(*a) || isNull(*k)) {
-    *out = {};
-    return;
-  }
-  *out = regionOf(int64_t{a->x} + k->x, int64_t{a->y} + k->y, int64_t{a->width} + k->width - 1,
-                  int64_t{a->height} + k->height - 1);
+  *out = combined(*a, *k, 1);
 }
 
 void ksIRegionErode(const ksIRegion* a, const ksIRegion* k, ksIRegion* out) {
-  if (isNull(*a) || isNull(*k)) {
-    *out = {};
-    return;
-  }
-  *out = regionOf(int64_t{a->x} - k->x, int64_t{a->y} - k->y, int64_t{a->width} - k->width + 1,
-                  int64_t{a->height} - k->height + 1);
+  *out = combined(*a, *k, -1);
 }
