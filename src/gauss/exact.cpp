@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "gauss/exact.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -44,10 +45,14 @@ ExactLine makeLine(const ksGaussParams& params, const RequestGeometry& geometry)
   const int64_t xBox = xKernel(params).box;
   const int64_t yBox = yKernel(params).box;
   const int64_t width = geometry.source.width;
+  const int64_t leftPad = -int64_t{geometry.padding.x};
+  const int64_t rightPad = int64_t{geometry.padding.width} - 1 - leftPad;
   ExactLine line{.line = {.width = width,
                           .readable = width,
-                          .leftPad = -int64_t{geometry.padding.x},
-                          .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                          .leftPad = leftPad,
+                          .rightPad = rightPad,
+                          .leftMirror = std::min(leftPad, width),
+                          .rightMirror = std::min(rightPad, width),
                           .box = xBox,
                           .sample = params.xSample,
                           .outputs = geometry.destination.width},

@@ -80,11 +80,15 @@ FixedPointLine makeLine(const ksGaussParams& params, const RequestGeometry& geom
                         int64_t block) {
   constexpr int32_t maxNarrowSigma = 15;
   const int64_t width = geometry.source.width;
+  const int64_t leftPad = -int64_t{geometry.padding.x};
+  const int64_t rightPad = int64_t{geometry.padding.width} - 1 - leftPad;
   const int64_t yBox = yKernel(params).box;
   return {.line = {.width = width,
                    .readable = std::max(width, block),
-                   .leftPad = -int64_t{geometry.padding.x},
-                   .rightPad = int64_t{geometry.padding.width} - 1 + geometry.padding.x,
+                   .leftPad = leftPad,
+                   .rightPad = rightPad,
+                   .leftMirror = std::min(leftPad, width),
+                   .rightMirror = std::min(rightPad, width),
                    .box = xKernel(params).box,
                    .sample = params.xSample,
                    .outputs = geometry.destination.width},

@@ -81,6 +81,11 @@ KIP_OPERATION(multiply16, _mm256_mullo_epi16)
 KIP_OPERATION(multiply32, _mm256_mullo_epi32)
 KIP_OPERATION(multiplyPairs16, _mm256_madd_epi16)
 KIP_OPERATION(multiplyEven32, _mm256_mul_epu32)
+KIP_OPERATION(equal8, _mm256_cmpeq_epi8)
+KIP_OPERATION(equal32, _mm256_cmpeq_epi32)
+KIP_OPERATION(greater32, _mm256_cmpgt_epi32)
+KIP_OPERATION(interleaveLow8, _mm256_unpacklo_epi8)
+KIP_OPERATION(interleaveHigh8, _mm256_unpackhi_epi8)
 KIP_OPERATION(interleaveLow16, _mm256_unpacklo_epi16)
 KIP_OPERATION(interleaveHigh16, _mm256_unpackhi_epi16)
 KIP_OPERATION(interleaveLow32, _mm256_unpacklo_epi32)
@@ -185,6 +190,15 @@ KIP_INLINE Vec fiveTaps8(Vec a, Vec b, Vec c, Vec d, Vec e) {
 
 KIP_INLINE VecFloat toFloats(Vec value) {
   return _mm256_cvtepi32_ps(value);
+}
+KIP_INLINE VecFloat allFloat(float value) {
+  return _mm256_set1_ps(value);
+}
+KIP_INLINE VecFloat smaller(VecFloat a, VecFloat b) {
+  return _mm256_min_ps(a, b);
+}
+KIP_INLINE Vec truncate(VecFloat value) {
+  return _mm256_cvttps_epi32(value);
 }
 KIP_INLINE VecFloat atLeast1(VecFloat value) {
   return _mm256_max_ps(value, _mm256_set1_ps(1));

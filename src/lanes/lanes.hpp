@@ -12,8 +12,9 @@
 //   load store, of a vector; loadHalves(low, high): each half from its own place, where there are two
 //   loadBytes: as many bytes as there are 16-bit lanes, in order; storeBytes storeWords: the lanes in half the bits, in
 //     order; they fit
-// The same for every lane: zeros all8 all16 all32 all64 allDouble
+// The same for every lane: zeros all8 all16 all32 all64 allFloat allDouble
 // Lane by lane:
+//   equal8 equal32 greater32 (signed): all bits where it is so
 //   bitAnd bitOr bitXor add16 add32 add64 sub32 sub64 smaller16 (signed) multiply16 multiply32 (the low bits)
 //   multiplyPairs16: signed products of 16-bit lanes, those of neighbours added in 32 bits
 //   multiplyEven32: products in 64 bits of the even 32-bit lanes
@@ -22,7 +23,7 @@
 //     shiftSigned16 shiftSigned32
 //   select(mask, yes, no), of lanes with all bits set or none; bitsOf: one bit or more of each, together allBits
 // Other widths:
-//   interleaveLow16 interleaveHigh16, ...32, ...64: of two vectors' lower or upper lanes in turn
+//   interleaveLow8 interleaveHigh8, ...16, ...32, ...64: of two vectors' lower or upper lanes in turn
 //   firstWords lastWords: half of the unsigned 16-bit lanes in 32 bits, in order
 //   joinBytes joinWords: two vectors' lanes in half the bits, in order; they fit
 //   saturate16: two vectors' signed 32-bit lanes limited to 16 bits
@@ -34,7 +35,9 @@
 //   fiveTaps8(a, ..., e): (a + 4 b + 6 c + 4 d + e + 8) / 16, byte by byte
 //   difference(a, ..., d): a - 3 b + 3 c - d of bytes, in 16 bits: Words, two vectors low and high
 // Floats of 32-bit lanes:
-//   toFloats; nearest: the nearest integer, ties to even, also of a single float; atLeast1; + - * /
+//   toFloats; truncate, to integers; nearest: the nearest integer, ties to even, also of a single float; atLeast1;
+//   smaller:
+//     not-a-number gives the second; + - * /
 // Doubles, two vectors of them:
 //   fromSigned toSigned (truncated), of 32-bit lanes; truncate, for those of Wide; what does not fit becomes anything
 //   equal: a mask of 32-bit lanes, for those of Wide; asDoubles: the same bits; smaller: not-a-number gives the second
@@ -64,6 +67,10 @@ KIP_INLINE void prefetch(const uint8_t* at) {
 // All bits of a lane of 16 bits are its sign.
 KIP_INLINE Vec signs16(Vec a) {
   return shiftSigned16<15>(a);
+}
+// The same of 32 bits.
+KIP_INLINE Vec signs32(Vec a) {
+  return shiftSigned32<31>(a);
 }
 // Signed lanes of 32 bits, not above a limit of 16 bits.
 template <int Limit>
@@ -121,6 +128,13 @@ KIP_INLINE Wide operator&(Wide a, Vec bits) {
 KIP_INLINE Wide operator*(Wide a, Vec factor) {
   return {multiply64(a.low, factor), multiply64(a.high, factor)};
 }
+KIP_INLINE Wide operator<<(Wide a, Shift count) {
+  return {shiftLeft64(a.low, count), shiftLeft64(a.high, count)};
+}
+template <int Count>
+KIP_INLINE Wide shiftRight64(Wide a) {
+  return {shiftRight64<Count>(a.low), shiftRight64<Count>(a.high)};
+}
 KIP_INLINE Wide operator>>(Wide a, Shift count) {
   return {shiftRight64(a.low, count), shiftRight64(a.high, count)};
 }
@@ -143,6 +157,9 @@ KIP_INLINE Doubles all(double value) {
   return {allDouble(value), allDouble(value)};
 }
 // Not-a-number gives the limit.
+KIP_INLINE VecFloat limited(VecFloat a, float limit) {
+  return smaller(a, allFloat(limit));
+}
 KIP_INLINE Doubles limited(Doubles a, double limit) {
   return {smaller(a.low, allDouble(limit)), smaller(a.high, allDouble(limit))};
 }
@@ -181,5 +198,3 @@ KIP_INLINE void transpose(Vec (&rows)[lanes]) {
 }  // namespace
 
 }  // namespace kip
-
-#include "lanes/x86_names.hpp"

@@ -211,59 +211,20 @@ KIP_INLINE Vec joinColumns(const int32_t* columns) {
   }
 }
 
-// Writes output rows, piece by piece of the line. Pixels wait column by column until there is a vector of them in every
-// row. `Row`, running sums, takes a column with add(column, constants) and gives the rows' pixels with
-// value(constants).
-template <typename Row, typename Constants, typename Pixel>
-class RowWriter {
+// The output rows of a group on their way out: pixels wait, a vector of 32-bit lanes for each column, until there is a
+// vector of them in every row.
+template <typename Pixel>
+class OutputRows {
  public:
-  // The first output takes `taps` columns, each further one `sample` more.
-  RowWriter(const Row& row, const Constants& constants, int64_t taps, int64_t sample, int64_t outputs,
-            Pixel* const* out, int64_t rows)
-      : row_(row),
-        constants_(constants),
-        sample_(sample),
-        outputs_(outputs),
-        out_(out),
-        rows_(rows),
-        toSkip_(taps - 1) {}
+  OutputRows(Pixel* const* out, int64_t rows, int64_t outputs) : out_(out), rows_(rows), outputs_(outputs) {}
 
-  // The next `columns` columns of the line, the first one at `column`.
-  KIP_INLINE void take(int32_t* column, int64_t columns) {
-    Row row = row_;
-    const Constants constants = constants_;
-    const int64_t sample = sample_;
-    int32_t* const end = column + columns * lanes;
-    while (column != end && written_ + waiting_ != outputs_) {
-      const int64_t left = (end - column) / lanes;
-      const int64_t skipped = smaller(toSkip_, left);
-      for (int64_t i = 0; i < skipped; ++i, column += lanes) row.add(column, constants);
-      toSkip_ -= skipped;
-      if (skipped == left) break;
-
-      const int64_t room = smaller(capacity - waiting_, outputs_ - written_ - waiting_);
-      const int64_t pixels = smaller(room, (left - skipped + sample - 1) / sample);
-      int32_t* to = pixels_ + waiting_ * lanes;
-      int32_t* const last = to + (pixels - 1) * lanes;
-      if (sample == 1) {
-        for (; to <= last; to += lanes, column += lanes) {
-          row.add(column, constants);
-          store(to, row.value(constants));
-        }
-      } else {
-        for (;; to += lanes) {
-          row.add(column, constants);
-          column += lanes;
-          store(to, row.value(constants));
-          if (to == last) break;
-          for (int64_t i = 1; i < sample; ++i, column += lanes) row.add(column, constants);
-        }
-      }
-      waiting_ += pixels;
-      toSkip_ = sample - 1;
-      if (waiting_ == capacity) flush();
-    }
-    row_ = row;
+  [[nodiscard]] KIP_INLINE bool isComplete() const { return written_ + waiting_ == outputs_; }
+  // Room for the next pixels, `room()` of them at most, which add() then counts.
+  [[nodiscard]] KIP_INLINE int32_t* next() { return pixels_ + waiting_ * lanes; }
+  [[nodiscard]] KIP_INLINE int64_t room() const { return smaller(capacity, outputs_ - written_) - waiting_; }
+  KIP_INLINE void add(int64_t pixels) {
+    waiting_ += pixels;
+    if (waiting_ == capacity) flush();
   }
 
   // Writes the pixels that wait.
@@ -293,43 +254,91 @@ class RowWriter {
     }
   }
 
-  Row row_;
-  Constants constants_;
-  int64_t sample_, outputs_;
   Pixel* const* out_;
-  int64_t rows_;
-  int64_t toSkip_;       // columns until the next output
+  int64_t rows_, outputs_;
   int64_t waiting_ = 0;  // outputs in the buffer
   int64_t written_ = 0;
   alignas(32) int32_t pixels_[size_t{capacity * lanes}];
 };
 
-// The memory of a line: columns that were before, or zeros, the left pad, the piece at hand, the right pad. A request
-// may have several lines, `distance` elements apart, which go along together.
-struct LineMemory {
-  int64_t width;
-  int64_t leftPad, rightPad;        // columns beyond either edge
-  int64_t leftMirror, rightMirror;  // the nearest of them, which one reflection supplies; the others count as 0
-  int64_t history;                  // columns that were before: as far as a third difference reaches
-  int64_t piece;                    // columns of a piece, from pieceWidth
-  int32_t* memory;
-  int64_t lines, distance;
+// Computes output rows, piece by piece of the line. `Row`, running sums, takes a column with add(column, constants) and
+// gives the rows' pixels with value(constants).
+template <typename Row, typename Constants, typename Pixel>
+class RowWriter {
+ public:
+  // The first output takes `taps` columns, each further one `sample` more.
+  RowWriter(const Row& row, const Constants& constants, int64_t taps, int64_t sample, int64_t outputs,
+            Pixel* const* out, int64_t rows)
+      : row_(row), constants_(constants), sample_(sample), toSkip_(taps - 1), pixels_(out, rows, outputs) {}
+
+  // The next `columns` columns of the line, the first one at `column`.
+  KIP_INLINE void take(int32_t* column, int64_t columns) {
+    Row row = row_;
+    const Constants constants = constants_;
+    const int64_t sample = sample_;
+    int32_t* const end = column + columns * lanes;
+    while (column != end && !pixels_.isComplete()) {
+      const int64_t left = (end - column) / lanes;
+      const int64_t skipped = smaller(toSkip_, left);
+      for (int64_t i = 0; i < skipped; ++i, column += lanes) row.add(column, constants);
+      toSkip_ -= skipped;
+      if (skipped == left) break;
+
+      const int64_t pixels = smaller(pixels_.room(), (left - skipped + sample - 1) / sample);
+      int32_t* to = pixels_.next();
+      int32_t* const last = to + (pixels - 1) * lanes;
+      if (sample == 1) {
+        for (; to <= last; to += lanes, column += lanes) {
+          row.add(column, constants);
+          store(to, row.value(constants));
+        }
+      } else {
+        for (;; to += lanes) {
+          row.add(column, constants);
+          column += lanes;
+          store(to, row.value(constants));
+          if (to == last) break;
+          for (int64_t i = 1; i < sample; ++i, column += lanes) row.add(column, constants);
+        }
+      }
+      pixels_.add(pixels);
+      toSkip_ = sample - 1;
+    }
+    row_ = row;
+  }
+
+  void flush() { pixels_.flush(); }
+
+ private:
+  Row row_;
+  Constants constants_;
+  int64_t sample_;
+  int64_t toSkip_;  // columns until the next output
+  OutputRows<Pixel> pixels_;
 };
 
-// Calls addColumns(first, columns, start) for every piece, which fills it from `start` on, and then take(column,
-// columns) with the columns that are new.
+constexpr LineVectors vectors = {.block = block, .rows = lanes};
+
+// Lets the pieces of a request's lines pass: `lines` of them, which lie behind one another in `memory` and go along
+// together. Each begins with the columns that were before, as far as a third difference reaches, or zeros, and the left
+// pad. Calls addColumns(first, columns, start) for every piece, which fills it from `start` on in the first line and at
+// the same place in the others, and then take(column, columns) with the columns that are new.
 template <typename AddColumns, typename Take>
-KIP_INLINE void forEachPiece(const LineMemory& line, AddColumns&& addColumns, Take&& take) {
-  int32_t* const start = line.memory + (line.history + line.leftPad) * lanes;
+KIP_INLINE void forEachPiece(const LineRequest& line, int32_t* memory, int64_t lines, AddColumns&& addColumns,
+                             Take&& take) {
+  const int64_t history = 3 * line.box;
+  const int64_t piece = pieceWidth(line.width, line.leftPad, line.rightPad, block);
+  const int64_t distance = lineSize(line, vectors);
+  int32_t* const start = memory + (history + line.leftPad) * lanes;
   const auto ofEach = [&](auto&& change) {
-    for (int64_t i = 0; i < line.lines; ++i) change(start + i * line.distance);
+    for (int64_t i = 0; i < lines; ++i) change(start + i * distance);
   };
   ofEach([&](int32_t* at) {
-    int32_t* const before = at - (line.history + line.leftPad) * lanes;
+    int32_t* const before = at - (history + line.leftPad) * lanes;
     std::memset(before, 0, static_cast<size_t>(at - before) * sizeof(int32_t));
   });
-  for (int64_t first = 0; first < line.width; first += line.piece) {
-    const int64_t columns = smaller(line.piece, line.width - first);
+  for (int64_t first = 0; first < line.width; first += piece) {
+    const int64_t columns = smaller(piece, line.width - first);
     const bool isLast = first + columns == line.width;
     addColumns(first, columns, start);
     if (first == 0) {
@@ -349,8 +358,8 @@ KIP_INLINE void forEachPiece(const LineMemory& line, AddColumns&& addColumns, Ta
     take(start - leftPad * lanes, leftPad + columns + (isLast ? line.rightPad : 0));
     if (isLast) return;
     ofEach([&](int32_t* at) {
-      std::memmove(at - line.history * lanes, at + (columns - line.history) * lanes,
-                   static_cast<size_t>(line.history * lanes) * sizeof(int32_t));
+      std::memmove(at - history * lanes, at + (columns - history) * lanes,
+                   static_cast<size_t>(history * lanes) * sizeof(int32_t));
     });
   }
 }
@@ -364,17 +373,7 @@ KIP_INLINE void smoothGroup(const LineRequest& line, const Row& row, const Const
   if (rows == 0) return addPiece(0, line.width, nullptr);
 
   RowWriter<Row, Constants, Pixel> writer(row, constants, 3 * line.box - 2, line.sample, line.outputs, out, rows);
-  const LineMemory lineMemory = {.width = line.width,
-                                 .leftPad = line.leftPad,
-                                 .rightPad = line.rightPad,
-                                 .leftMirror = smaller(line.leftPad, line.width),
-                                 .rightMirror = smaller(line.rightPad, line.width),
-                                 .history = 3 * line.box,
-                                 .piece = pieceWidth(line.width, line.leftPad, line.rightPad, block),
-                                 .memory = memory,
-                                 .lines = 1,
-                                 .distance = 0};
-  forEachPiece(lineMemory, addPiece, [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
+  forEachPiece(line, memory, 1, addPiece, [&](int32_t* column, int64_t columns) { writer.take(column, columns); });
   writer.flush();
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the engines without masks hand to their kernels of running sums.
+// What engines hand to their kernels of running sums.
 #pragma once
 
 #include <cstdint>
@@ -16,9 +16,10 @@ struct LineStep {
 
 // A request along the row.
 struct LineRequest {
-  int64_t width;     // columns
-  int64_t readable;  // columns that rows have, at least a block
-  int64_t leftPad, rightPad;
+  int64_t width;                    // columns
+  int64_t readable;                 // columns that rows have, at least a block
+  int64_t leftPad, rightPad;        // columns beyond either edge
+  int64_t leftMirror, rightMirror;  // the nearest of them, which one reflection supplies; the others count as 0
   int64_t box, sample;
   int64_t outputs;  // pixels of an output row
 };

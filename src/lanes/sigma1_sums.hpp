@@ -65,13 +65,20 @@ class AtEdge {
   Columns32 vectors_[4];
 };
 
-// 1, 3, 3, 1 as three sums of two.
-class Down {
+// 1, 3, 3, 1 as three sums of two, in lanes of 16 bits or 32.
+struct Add16 {
+  KIP_INLINE static Vec add(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
+};
+struct Add32 {
+  KIP_INLINE static Vec add(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
+};
+template <typename Add>
+class DownBy {
  public:
   KIP_INLINE Vec add(Vec sums) {
-    const Vec twos = _mm256_add_epi16(sums, sums_);
-    const Vec threes = _mm256_add_epi16(twos, twos_);
-    const Vec fours = _mm256_add_epi16(threes, threes_);
+    const Vec twos = Add::add(sums, sums_);
+    const Vec threes = Add::add(twos, twos_);
+    const Vec fours = Add::add(threes, threes_);
     sums_ = sums;
     twos_ = twos;
     threes_ = threes;
@@ -83,6 +90,7 @@ class Down {
   Vec twos_ = _mm256_setzero_si256();
   Vec threes_ = _mm256_setzero_si256();
 };
+using Down = DownBy<Add16>;
 
 // A division by 64: (sums * 2^9 + 2^14) >> 15 rounds.
 template <bool IsRounded>

@@ -80,6 +80,11 @@ KIP_OPERATION(smaller16, _mm_min_epi16)
 KIP_OPERATION(multiply16, _mm_mullo_epi16)
 KIP_OPERATION(multiplyPairs16, _mm_madd_epi16)
 KIP_OPERATION(multiplyEven32, _mm_mul_epu32)
+KIP_OPERATION(equal8, _mm_cmpeq_epi8)
+KIP_OPERATION(equal32, _mm_cmpeq_epi32)
+KIP_OPERATION(greater32, _mm_cmpgt_epi32)
+KIP_OPERATION(interleaveLow8, _mm_unpacklo_epi8)
+KIP_OPERATION(interleaveHigh8, _mm_unpackhi_epi8)
 KIP_OPERATION(interleaveLow16, _mm_unpacklo_epi16)
 KIP_OPERATION(interleaveHigh16, _mm_unpackhi_epi16)
 KIP_OPERATION(interleaveLow32, _mm_unpacklo_epi32)
@@ -199,6 +204,15 @@ KIP_INLINE Vec fiveTaps8(Vec a, Vec b, Vec c, Vec d, Vec e) {
 
 KIP_INLINE VecFloat toFloats(Vec value) {
   return _mm_cvtepi32_ps(value);
+}
+KIP_INLINE VecFloat allFloat(float value) {
+  return _mm_set1_ps(value);
+}
+KIP_INLINE VecFloat smaller(VecFloat a, VecFloat b) {
+  return _mm_min_ps(a, b);
+}
+KIP_INLINE Vec truncate(VecFloat value) {
+  return _mm_cvttps_epi32(value);
 }
 KIP_INLINE VecFloat atLeast1(VecFloat value) {
   return _mm_max_ps(value, _mm_set1_ps(1));

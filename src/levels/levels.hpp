@@ -15,6 +15,7 @@ struct Sigma2Row;
 template <typename Rows>
 struct SmallSigmaKernel;
 struct MaskedRowsKernel;
+struct MaskedSigma1Kernel;
 template <typename Pixel>
 struct RowKernels;
 
@@ -35,6 +36,7 @@ struct Level {
   const SmallSigmaKernel<Sigma1Group>* sigma1 = nullptr;  // where there is `exact`
   const SmallSigmaKernel<Sigma2Row>* sigma2 = nullptr;
   Family<MaskedRowsKernel> masked = {};
+  const MaskedSigma1Kernel* maskedSigma1 = nullptr;  // where there is `masked`
   Family<RowKernels<uint8_t>> binomial8 = {};
   Family<RowKernels<uint16_t>> binomial16 = {};
 };
@@ -42,12 +44,17 @@ struct Level {
 // The levels of this build, the best first, the portable one last.
 [[nodiscard]] std::span<const Level> levels();
 
+// Whether a family has kernels for this processor.
+template <typename Kernels>
+[[nodiscard]] bool offers(const ksys_cpuinfo& info, const Family<Kernels>& family) {
+  return family.kernels != nullptr && hasFeatures(info, family.features);
+}
+
 // The best level that has kernels of a family for this processor, or null.
 template <typename Kernels>
 [[nodiscard]] const Level* levelFor(const ksys_cpuinfo& info, Family<Kernels> Level::*family) {
   for (const Level& level : levels()) {
-    const Family<Kernels>& offer = level.*family;
-    if (offer.kernels != nullptr && hasFeatures(info, offer.features)) return &level;
+    if (offers(info, level.*family)) return &level;
   }
   return nullptr;
 }

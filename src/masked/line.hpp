@@ -59,13 +59,17 @@ class Line {
   int64_t columns_ = 0;
 };
 
+// The rows of a plane that have entered once the taps of an output row are complete.
+[[nodiscard]] inline int64_t rowsUpTo(int64_t output, const kip_gaussParams& params) {
+  return output * params.ySample + 3 * int64_t{params.ySigma} + 1;
+}
+
 // Lets the rows of a plane enter in order and calls emit(row) whenever the taps of an output row are complete.
 template <typename Enter, typename Emit>
 void forEachOutputRow(int64_t outputs, const kip_gaussParams& params, Enter&& enter, Emit&& emit) {
   int64_t entered = 0;
   for (int64_t output = 0; output < outputs; ++output) {
-    const int64_t end = output * params.ySample + 3 * int64_t{params.ySigma} + 1;
-    for (; entered < end; ++entered) enter(entered);
+    for (const int64_t end = rowsUpTo(output, params); entered < end; ++entered) enter(entered);
     emit(output);
   }
 }

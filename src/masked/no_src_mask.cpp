@@ -7,10 +7,10 @@
 #include "kip/gauss.h"
 #include "kip/geometry.h"
 #include "kip/host/kpel.h"
+#include "masked/lanes_engine.hpp"
 #include "masked/plane.hpp"
 #include "masked/portable.hpp"
 #include "masked/saturate.hpp"
-#include "masked/vec.hpp"
 
 namespace kip {
 

@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
+#include "masked/lanes_engine.hpp"
 #include "masked/no_src_mask.hpp"
 #include "masked/portable.hpp"
 #include "masked/set_mask.hpp"
-#include "masked/vec.hpp"
 
 namespace kip {
 
@@ -35,7 +35,7 @@ struct MaskedPair<uint8_t, uint8_t> : MaskedSource<uint8_t> {
   static constexpr auto assignNewRect = kimg_image8_assignNewRect;
   static constexpr auto withoutSrcMask = gauss_smoothWindow_noSrcMask8_8;
   static constexpr auto vectorised = gauss_smoothMaskedVec8;
-  static constexpr auto generic = gauss_smoothMaskedGeneric8;
+  static constexpr auto portable = gauss_smoothMaskedGeneric8;
 };
 
 template <>
@@ -44,7 +44,7 @@ struct MaskedPair<uint8_t, uint16_t> : MaskedSource<uint8_t> {
   static constexpr auto assignNewRect = kimg_image16_assignNewRect;
   static constexpr auto withoutSrcMask = gauss_smoothWindow_noSrcMask8_16;
   static constexpr auto vectorised = gauss_smoothMaskedVec8_16;
-  static constexpr auto generic = gauss_smoothMaskedGeneric8_16;
+  static constexpr auto portable = gauss_smoothMaskedGeneric8_16;
 };
 
 template <>
@@ -53,7 +53,7 @@ struct MaskedPair<uint16_t, uint16_t> : MaskedSource<uint16_t> {
   static constexpr auto assignNewRect = kimg_image16_assignNewRect;
   static constexpr auto withoutSrcMask = gauss_smoothWindow_noSrcMask16_16;
   static constexpr auto vectorised = gauss_smoothMaskedVec16;
-  static constexpr auto generic = gauss_smoothMaskedGeneric16;
+  static constexpr auto portable = gauss_smoothMaskedGeneric16;
 };
 
 }  // namespace kip

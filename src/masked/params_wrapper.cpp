@@ -45,19 +45,3 @@ ksys_status allocate(gauss_paramsWrapper& wrapper, const gauss_paramsWrapper::Si
 }
 
 }  // namespace kip
-
-void ksys_typeCheck_gauss_paramsWrapper(const void*) {}
-void ksys_typeCheckPtr_gauss_paramsWrapper(const void*) {}
-void ksys_typeCheckFunc_gauss_paramsWrapper(const void*) {}
-void ksys_typeCheckFuncPtr_gauss_paramsWrapper(const void*) {}
-void ksys_typeCheckFuncStatus_gauss_paramsWrapper(const void*) {}
-void ksys_typeCheckFuncStatusPtr_gauss_paramsWrapper(const void*) {}
-
-void ksys_typeCheck_gauss_paramsWrapper_gauss_paramsWrapper__unused__(void) {
-  ksys_typeCheck_gauss_paramsWrapper(nullptr);
-  ksys_typeCheckPtr_gauss_paramsWrapper(nullptr);
-  ksys_typeCheckFunc_gauss_paramsWrapper(nullptr);
-  ksys_typeCheckFuncPtr_gauss_paramsWrapper(nullptr);
-  ksys_typeCheckFuncStatus_gauss_paramsWrapper(nullptr);
-  ksys_typeCheckFuncStatusPtr_gauss_paramsWrapper(nullptr);
-}

@@ -38,13 +38,12 @@ class Output {
 
   void emit(int64_t row, const SumRows& sums) const {
     uint8_t* const valid = band_.dstMask.bound != 0 ? rowOf<uint8_t>(band_.dstMask, row) : scratchMask_.data();
-    if (sums.coverage != nullptr) {
-      validByCoverage(valid, sums.coverage, threshold_, width_, step_);
-    } else {
-      validBySamples(valid, sampleRow<uint8_t>(band_.srcMask, row), width_, step_);
-    }
     const kimg_windowConst& sampleMask = band_.effectiveSampleMask();
-    if (sampleMask.bound != 0) limitToSamples(valid, sampleRow<uint8_t>(sampleMask, row), width_, step_);
+    findValid({.mask = sums.coverage != nullptr ? nullptr : sampleRow<uint8_t>(band_.srcMask, row),
+               .counts = sums.coverage,
+               .threshold = threshold_,
+               .restriction = sampleMask.bound != 0 ? sampleRow<uint8_t>(sampleMask, row) : nullptr},
+              step_, valid, width_);
     divide(values_.data(), sums.image, sums.mask);
     replace(values_.data(), valid, sums.mask, sampleRow<Src>(band_.src, row));
     store(rowOf<Dst>(band_.dst, row), values_.data());

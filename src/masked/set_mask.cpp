@@ -3,7 +3,7 @@
 
 #include "frame/optimized.hpp"
 #include "masked/extend_rows.hpp"
-#include "masked/vec.hpp"
+#include "masked/lanes_engine.hpp"
 
 namespace kip {
 

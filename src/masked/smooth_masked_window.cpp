@@ -68,7 +68,7 @@ template <typename Src, typename Dst>
 [[nodiscard]] ksys_status runEngine(const gauss_bandParams& band) {
   using Pair = MaskedPair<Src, Dst>;
   return runOptimized(
-      Pair::inhibitName, [&] { return Pair::vectorised(band); }, [&] { return Pair::generic(band); });
+      Pair::inhibitName, [&] { return Pair::vectorised(band); }, [&] { return Pair::portable(band); });
 }
 
 template <typename Src, typename Dst>

@@ -5,16 +5,16 @@
 
 namespace kip {
 
-// Which outputs of a row are valid, 255 or 0 each. Of masks and counts, which begin at the row's first sample, every
+// What decides which outputs of a row are valid. Masks and counts begin at the row's first sample, and every
 // `sample`-th element belongs to an output.
+struct ValidityRule {
+  const uint8_t* mask;    // the source mask: valid where it is not 0; null: by the counts alone
+  const int64_t* counts;  // pixels under the kernel, of which there must be `threshold`; null: any number
+  int64_t threshold;
+  const uint8_t* restriction;  // and valid only where this is not 0; null: everywhere
+};
 
-// By the source mask at the samples.
-void validBySamples(uint8_t* valid, const uint8_t* mask, int64_t width, int64_t sample);
-// By the number of pixels under the kernel.
-void validByCoverage(uint8_t* valid, const int64_t* counts, int64_t threshold, int64_t width, int64_t sample);
-// Those of them that a mask admits, too.
-void limitToSamples(uint8_t* valid, const uint8_t* mask, int64_t width, int64_t sample);
-// And those with a pixel under the kernel.
-void limitToCovered(uint8_t* valid, const int64_t* counts, int64_t width, int64_t sample);
+// Writes which are, 255 or 0 each.
+void findValid(const ValidityRule& rule, int64_t sample, uint8_t* valid, int64_t width);
 
 }  // namespace kip

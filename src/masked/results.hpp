@@ -8,10 +8,10 @@
 #include "masked/band.hpp"
 #include "masked/constant_step.hpp"
 #include "masked/coverage.hpp"
+#include "masked/row_kernel.hpp"
 #include "masked/saturate.hpp"
+#include "masked/scale.hpp"
 #include "masked/validity.hpp"
-#include "masked/vec_plan.hpp"
-#include "masked/vec_rows.hpp"
 
 namespace kip {
 
@@ -46,11 +46,11 @@ template <typename Dst>
   constexpr uint64_t largest = std::numeric_limits<Dst>::max();
   const uint64_t half = params.roundResult != 0 ? 32768 : 0;
   const uint64_t factor = fixedPoint(params.scale);
-  if (!isPowerOfTwo(params.scale)) return {factor, half, std::numeric_limits<uint64_t>::max()};
+  if (kindOf(params.scale) == ScaleKind::fixedPoint) return {factor, half, std::numeric_limits<uint64_t>::max()};
   return {std::min(factor, largest << 16), half, largest};
 }
 
-// Turns rows whose values were computed as if all of them were valid into results.
+// Turns rows whose values were computed as if all outputs were valid into results.
 template <typename Src, typename Dst>
 class Results {
  public:
@@ -60,12 +60,15 @@ class Results {
         firstSourceRow_(int64_t{band.src.y} - band.imagePlane.y),
         coverage_(band.maskPlane, geometry, band.params),
         threshold_(coverageThreshold(band.params)),
+        scaleKind_(kindOf(band.params.scale)),
         sampleScale_(sampleScaleOf<Dst>(band.params)),
         useCoverage_(band.params.filterMask.useCoverage != 0),
-        needsCounts_(useCoverage_),
-        gainBits_(band.params.scale == 1.0 ? 0 : exactGainBits(band.params.scale)),
-        isPlain_(band.sampleMask.bound == 0 && band.params.xSample == 1 && 0 <= gainBits_ &&
-                 gainBits_ <= 8 * int32_t{sizeof(Dst) - sizeof(Src)}) {}
+        needsCounts_(useCoverage_) {
+    const bool isShift = scaleKind_ == ScaleKind::one || scaleKind_ == ScaleKind::gain;
+    gainBits_ = isShift ? binaryLogarithm(band.params.scale) : 0;
+    isMaskAlone_ = band.sampleMask.bound == 0 && band.params.xSample == 1 && isShift &&
+                   gainBits_ <= 8 * int32_t{sizeof(Dst) - sizeof(Src)};
+  }
 
   [[nodiscard]] ksys_status allocate(Cleanup& cleanup, void* validRow) {
     valid_ = static_cast<uint8_t*>(validRow);
@@ -74,46 +77,40 @@ class Results {
 
   void finish(int64_t row) {
     const int64_t width = band_.band.width;
-    const int64_t sample = band_.params.xSample;
     uint8_t* const valid = band_.dstMask.bound != 0 ? rowOf<uint8_t>(band_.dstMask, row) : valid_;
     // of the planes, whose rows are still in the caches
     const int64_t planeRow = firstSourceRow_ + row * band_.params.ySample;
     const uint8_t* const mask = rowOf<uint8_t>(band_.maskPlane, planeRow);
     const Src* const samples = rowOf<Src>(band_.imagePlane, planeRow);
     Dst* const dst = rowOf<Dst>(band_.dst, row);
-    // under even bytes alone there is no pixel, and nothing to be valid
-    if (isPlain_ && !needsCounts_) {
-      needsCounts_ = pairKernel<Src, Dst>(kernel_).keepValid(mask, samples, gainBits_, dst, valid, width);
+    if (isMaskAlone_ && !needsCounts_) {
+      // the common case in one go; the row is finished unless its mask turns out to have bytes that count nothing
+      needsCounts_ = pairKernel<Src, Dst>(kernel_).replaceInvalid(mask, samples, gainBits_, dst, valid, width);
       if (!needsCounts_) return;
     }
-    needsCounts_ = needsCounts_ || kernel_.hasEvenBytes(mask, band_.maskPlane.width);
-    const int64_t* const counts = needsCounts_ ? countsOf(row) : nullptr;
-    if (useCoverage_) {
-      validByCoverage(valid, counts, threshold_, width, sample);
-    } else {
-      validBySamples(valid, mask, width, sample);
-      if (needsCounts_) limitToCovered(valid, counts, width, sample);
-    }
+    // once a mask has such bytes, outputs may have no pixel under them and still a valid sample: counts tell
+    needsCounts_ = needsCounts_ || kernel_.hasUncounted(mask, band_.maskPlane.width);
     const kimg_windowConst& restriction = band_.effectiveSampleMask();
-    if (restriction.bound != 0) {
-      limitToSamples(valid, rowOf<uint8_t>(restriction, row * band_.params.ySample), width, sample);
-    }
-    replaceInvalid(dst, valid, samples);
+    findValid(
+        {.mask = useCoverage_ ? nullptr : mask,
+         .counts = needsCounts_ ? countsOf(row) : nullptr,
+         .threshold = useCoverage_ ? threshold_ : 1,
+         .restriction = restriction.bound != 0 ? rowOf<uint8_t>(restriction, row * band_.params.ySample) : nullptr},
+        band_.params.xSample, valid, width);
+    replaceInvalid(dst, valid, samples, width);
   }
 
  private:
   [[nodiscard]] const int64_t* countsOf(int64_t row) {
-    const int64_t end = row * band_.params.ySample + 3 * int64_t{band_.params.ySigma} + 1;
-    for (; entered_ < end; ++entered_) coverage_.enter(entered_);
+    for (const int64_t end = rowsUpTo(row, band_.params); entered_ < end; ++entered_) coverage_.enter(entered_);
     return coverage_.countRow();
   }
 
-  void replaceInvalid(Dst* dst, const uint8_t* valid, const Src* samples) const {
+  void replaceInvalid(Dst* dst, const uint8_t* valid, const Src* samples, int64_t width) const {
     const kip_gaussParams& params = band_.params;
-    const int64_t width = band_.band.width;
-    if (params.scale == 1.0) {
+    if (scaleKind_ == ScaleKind::one) {
       copyInvalid(dst, valid, samples, width, params.xSample);
-    } else if (isPowerOfTwo(params.scale) && !isExactPowerOfTwo(params.scale)) {
+    } else if (scaleKind_ == ScaleKind::nearGain) {
       const double half = roundingTerm(params);
       for (int64_t c = 0; c < width; ++c) {
         if (valid[c] == 0) dst[c] = saturate<Dst>(samples[c * params.xSample] * params.scale + half);
@@ -128,10 +125,11 @@ class Results {
   int64_t firstSourceRow_;  // of the planes
   gauss_coverageRows coverage_;
   int64_t threshold_;
+  ScaleKind scaleKind_;
   SampleScale sampleScale_;
   bool useCoverage_, needsCounts_;
   int32_t gainBits_;
-  bool isPlain_;         // the mask alone decides, and invalid outputs become shifted pixels
+  bool isMaskAlone_;     // the mask alone decides, and invalid outputs become shifted pixels
   int64_t entered_ = 0;  // rows of the plane that are counted
   uint8_t* valid_ = nullptr;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "lanes/lanes.hpp"
-#include "masked/vec_sigma1.hpp"
+#include "lanes/sigma1_sums.hpp"
+#include "masked/sigma1.hpp"
 
 namespace kip {
 
@@ -13,7 +13,7 @@ constexpr int64_t prefetchDistance = 128;  // columns
 
 // Sixteen columns of a row from a tap on: pixels, and 1 for each that counts, else 0.
 
-struct Inside {
+struct WordsInside {
   int64_t column;
 
   KIP_INLINE void enter(const uint16_t*, const uint8_t*) {}
@@ -22,14 +22,14 @@ struct Inside {
 
   KIP_INLINE static Vec countedOf(const uint8_t* bytes) {
     const __m128i sixteen = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-    return bitAnd(_mm256_cvtepu8_epi16(sixteen), _mm256_set1_epi16(1));
+    return _mm256_and_si256(_mm256_cvtepu8_epi16(sixteen), _mm256_set1_epi16(1));
   }
 };
 
 // The same at an end of the rows, where columns are mirrored: out of copies.
-class AtEdge {
+class WordsAtEdge {
  public:
-  AtEdge(int64_t column, int64_t width) {
+  WordsAtEdge(int64_t column, int64_t width) {
     for (int64_t i = 0; i < columns; ++i) {
       int64_t at = column + i;
       if (at < 0) at = -at - 1;
@@ -42,7 +42,7 @@ class AtEdge {
     for (int64_t i = 0; mask != nullptr && i < columns; ++i) mask_[i] = mask[at_[i]];
   }
   KIP_INLINE Vec pixels(const uint16_t*, int64_t tap) const { return load(pixels_ + tap); }
-  KIP_INLINE Vec counted(const uint8_t*, int64_t tap) const { return Inside::countedOf(mask_ + tap); }
+  KIP_INLINE Vec counted(const uint8_t*, int64_t tap) const { return WordsInside::countedOf(mask_ + tap); }
 
  private:
   static constexpr int64_t columns = block + maskedSigma1Taps - 1;
@@ -50,30 +50,6 @@ class AtEdge {
   int64_t at_[columns];
   uint16_t pixels_[columns];
   uint8_t mask_[columns] = {};
-};
-
-// 1, 3, 3, 1 down the columns as three sums of two, of 16-bit or of 32-bit lanes.
-template <typename Add>
-class Down {
- public:
-  KIP_INLINE Vec add(Vec sums) {
-    const Vec twos = Add::add(sums, sums_);
-    const Vec threes = Add::add(twos, twos_);
-    const Vec fours = Add::add(threes, threes_);
-    sums_ = sums;
-    twos_ = twos;
-    threes_ = threes;
-    return fours;
-  }
-
- private:
-  Vec sums_ = zeros(), twos_ = zeros(), threes_ = zeros();
-};
-struct Add16 {
-  KIP_INLINE static Vec add(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
-};
-struct Add32 {
-  KIP_INLINE static Vec add(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
 };
 
 // 1, 3, 3, 1 along the row: of the pixels less 2^15, which makes them signed, in the order of unpacked lanes; of what
@@ -110,9 +86,9 @@ template <bool IsRounded, bool All, typename Columns>
 KIP_INLINE void smoothColumns(const Group& group, Columns columns, int64_t ahead, int64_t at) {
   const Vec sign = _mm256_set1_epi16(INT16_MIN);
   const Vec bias = _mm256_set1_epi32(64 << 15);
-  Down<Add32> low;
-  Down<Add32> high;
-  Down<Add16> counts;
+  DownBy<Add32> low;
+  DownBy<Add32> high;
+  Down counts;
   for (int64_t row = 0; row < group.count + maskedSigma1Taps - 1; ++row) {
     const uint8_t* const mask = All ? nullptr : group.mask[row];
     _mm_prefetch(group.image[row] + ahead, _MM_HINT_T0);
@@ -123,7 +99,7 @@ KIP_INLINE void smoothColumns(const Group& group, Columns columns, int64_t ahead
       pixels[i] = columns.pixels(group.image[row], i);
       if constexpr (!All) {
         counted[i] = columns.counted(mask, i);
-        pixels[i] = bitAnd(pixels[i], _mm256_sub_epi16(zeros(), counted[i]));
+        pixels[i] = _mm256_and_si256(pixels[i], _mm256_sub_epi16(_mm256_setzero_si256(), counted[i]));
       }
       pixels[i] = _mm256_xor_si256(pixels[i], sign);
     }
@@ -138,8 +114,9 @@ KIP_INLINE void smoothColumns(const Group& group, Columns columns, int64_t ahead
     if constexpr (All) {
       values = _mm256_packus_epi32(valuesOf<IsRounded>(imageLow), valuesOf<IsRounded>(imageHigh));
     } else {
-      values = _mm256_packus_epi32(valuesOf<IsRounded>(imageLow, _mm256_unpacklo_epi16(count, zeros())),
-                                   valuesOf<IsRounded>(imageHigh, _mm256_unpackhi_epi16(count, zeros())));
+      values =
+          _mm256_packus_epi32(valuesOf<IsRounded>(imageLow, _mm256_unpacklo_epi16(count, _mm256_setzero_si256())),
+                              valuesOf<IsRounded>(imageHigh, _mm256_unpackhi_epi16(count, _mm256_setzero_si256())));
     }
     store(group.out[output] + at, values);
   }
@@ -147,26 +124,26 @@ KIP_INLINE void smoothColumns(const Group& group, Columns columns, int64_t ahead
 
 template <bool IsRounded, bool All>
 void smoothRows(const Group& group) {
-  for (int64_t i = 0; i < group.outputs; i += block) {
-    const int64_t at = smaller(i, group.outputs - block);
-    const int64_t column = at - group.leftPad;
-    const int64_t ahead = smaller(column < 0 ? 0 : column + prefetchDistance, group.width - 1);
-    if (column >= 0 && column + block + maskedSigma1Taps - 1 <= group.width) {
-      smoothColumns<IsRounded, All>(group, Inside{column}, ahead, at);
-    } else {
-      smoothColumns<IsRounded, All>(group, AtEdge(column, group.width), ahead, at);
-    }
-  }
+  forEachBlock<block, prefetchDistance>(
+      group,
+      [&](int64_t at, int64_t column, int64_t ahead) {
+        smoothColumns<IsRounded, All>(group, WordsInside{column}, ahead, at);
+      },
+      [&](int64_t at, int64_t column, int64_t ahead) {
+        smoothColumns<IsRounded, All>(group, WordsAtEdge(column, group.width), ahead, at);
+      });
 }
 
 }  // namespace
 
-void maskedSigma1(const Group& group) {
+namespace KIP_LANES {
+void maskedSigma1_16(const Group& group) {
   if (group.mask[0] == nullptr) {
     group.isRounded ? smoothRows<true, true>(group) : smoothRows<false, true>(group);
   } else {
     group.isRounded ? smoothRows<true, false>(group) : smoothRows<false, false>(group);
   }
 }
+}  // namespace KIP_LANES
 
 }  // namespace kip

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "masked/vec_sigma1.hpp"
+#include "masked/sigma1.hpp"
 
 #include "lanes/sigma1_sums.hpp"
 
@@ -79,25 +79,26 @@ KIP_INLINE void smoothColumns(const MaskedSigma1Group<uint8_t, Dst>& group, cons
 
 template <bool IsRounded, typename Dst>
 void smoothRows(const MaskedSigma1Group<uint8_t, Dst>& group) {
-  for (int64_t i = 0; i < group.outputs; i += maskedSigma1Columns) {
-    const int64_t at = smaller(i, group.outputs - maskedSigma1Columns);
-    const int64_t column = at - group.leftPad;
-    const int64_t ahead = smaller(column < 0 ? 0 : column + prefetchDistance, group.width - 1);
-    if (column >= 0 && column + maskedSigma1Columns + maskedSigma1Taps - 1 <= group.width) {
-      smoothColumns<IsRounded>(group, Inside<false>{column}, ahead, at);
-    } else {
-      smoothColumns<IsRounded>(group, AtEdge<false>(column, group.width), ahead, at);
-    }
-  }
+  forEachBlock<maskedSigma1Columns, prefetchDistance>(
+      group,
+      [&](int64_t at, int64_t column, int64_t ahead) {
+        smoothColumns<IsRounded>(group, Inside<false>{column}, ahead, at);
+      },
+      [&](int64_t at, int64_t column, int64_t ahead) {
+        smoothColumns<IsRounded>(group, AtEdge<false>(column, group.width), ahead, at);
+      });
+}
+
+template <typename Dst>
+void smoothGroup(const MaskedSigma1Group<uint8_t, Dst>& group) {
+  group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
 }
 
 }  // namespace
 
-void maskedSigma1(const MaskedSigma1Group<uint8_t, uint8_t>& group) {
-  group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
-}
-void maskedSigma1(const MaskedSigma1Group<uint8_t, uint16_t>& group) {
-  group.isRounded ? smoothRows<true>(group) : smoothRows<false>(group);
-}
+namespace KIP_LANES {
+MaskedSigma1Smooth<uint16_t, uint16_t> maskedSigma1_16;  // in a file of its own
+extern const MaskedSigma1Kernel maskedSigma1 = {smoothGroup<uint8_t>, smoothGroup<uint16_t>, maskedSigma1_16};
+}  // namespace KIP_LANES
 
 }  // namespace kip

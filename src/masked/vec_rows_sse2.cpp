@@ -1,8 +1,0 @@
-// SPDX-License-Identifier: Apache-2.0
-#include "masked/vec_rows_kernel.hpp"
-
-namespace kip {
-
-const MaskedRowsKernel maskedRowsSse2 = kernel;
-
-}  // namespace kip
