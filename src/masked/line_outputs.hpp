@@ -96,10 +96,10 @@ LineOutputs from32(ImageSums image, MaskSums mask) {
   if (image == ImageSums::in32 && mask == MaskSums::in32) return outputsBy<TwoLines<Sums32, Sums32>, Value>;
   return nullptr;
 }
-template <typename Division>
+template <int Bits>
 LineOutputs quotientsFrom32(bool isShort, ImageSums image, MaskSums mask) {
-  return isShort ? from32<ProductOrQuotient<ShortProduct, FloatQuotient<Division>>>(image, mask)
-                 : from32<ProductOrQuotient<Product, FloatQuotient<Division>>>(image, mask);
+  return isShort ? from32<ProductOrQuotient<ShortProduct, FloatQuotient<Bits>>>(image, mask)
+                 : from32<ProductOrQuotient<Product, FloatQuotient<Bits>>>(image, mask);
 }
 
 // Image sums in 64 bits of any kind with one of the mask's.
@@ -137,19 +137,19 @@ LineOutputs lineOutputs(MaskedValues values, bool isShort, ImageSums image, Mask
   const bool isImageIn32 = image == ImageSums::joined || image == ImageSums::in32;
   switch (values) {
     case MaskedValues::quotient24:
-      return quotientsFrom32<Divide24>(isShort, image, mask);
+      return quotientsFrom32<24>(isShort, image, mask);
     case MaskedValues::quotient31:
-      return quotientsFrom32<Divide31>(isShort, image, mask);
+      return quotientsFrom32<31>(isShort, image, mask);
     case MaskedValues::quotient32:
-      return quotientsFrom32<Divide32>(isShort, image, mask);
+      return quotientsFrom32<32>(isShort, image, mask);
     case MaskedValues::quotient48:
-      return from64And32<ProductOrQuotient<Product, FloatQuotient<Divide48>>>(image, mask);
+      return from64And32<ProductOrQuotient<Product, FloatQuotient<48>>>(image, mask);
     case MaskedValues::gain31:
-      return from32<Gain<Divide31>>(image, mask);
+      return from32<Gain<31>>(image, mask);
     case MaskedValues::gain32:
-      return from32<Gain<Divide32>>(image, mask);
+      return from32<Gain<32>>(image, mask);
     case MaskedValues::gain48:
-      return isImageIn32 ? from32<Gain<Divide48>>(image, mask) : from64And32<Gain<Divide48>>(image, mask);
+      return isImageIn32 ? from32<Gain<48>>(image, mask) : from64And32<Gain<48>>(image, mask);
     case MaskedValues::inDoubles:
       return from64<ProductOrQuotient<Product, DoubleQuotient<Unscaled>>>(image, mask);
     case MaskedValues::scaledInDoubles:

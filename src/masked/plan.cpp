@@ -34,7 +34,7 @@ constexpr double floatLimit = 0x1p20, doubleLimit = 0x1p31;
   return false;
 }
 
-// For sums of the image in 32 bits or 64. `mayReach(limit)`: of quotients.
+// `isIn32`: sums fit in 32 bits. `mayReach(limit)`: of quotients.
 template <typename MayReach>
 [[nodiscard]] MaskedValues valuesFor(double scale, const Extremes& largest, double largestPixel, bool isIn32,
                                      MayReach&& mayReach) {
@@ -45,13 +45,12 @@ template <typename MayReach>
       if (mayReach(floatLimit)) return MaskedValues::scaledIn128Bits;
       if (weights >= 0x1p31) return MaskedValues::inDoubles;
       if (!isIn32) return MaskedValues::quotient48;
-      return dividend < 0x1p24 ? MaskedValues::quotient24
-                               : (dividend < 0x1p31 ? MaskedValues::quotient31 : MaskedValues::quotient32);
+      if (dividend < 0x1p24) return MaskedValues::quotient24;
+      return dividend < 0x1p31 ? MaskedValues::quotient31 : MaskedValues::quotient32;
     case ScaleKind::gain:
       if (scale * largest.sum >= 0x1p48 || weights >= 0x1p31) return MaskedValues::limitedInDoubles;
-      if (!isIn32) return MaskedValues::gain48;
-      return dividend < 0x1p31 ? MaskedValues::gain31
-                               : (dividend < 0x1p32 ? MaskedValues::gain32 : MaskedValues::gain48);
+      if (!isIn32 || dividend >= 0x1p32) return MaskedValues::gain48;
+      return dividend < 0x1p31 ? MaskedValues::gain31 : MaskedValues::gain32;
     case ScaleKind::nearGain:
       return MaskedValues::limitedInDoubles;
     case ScaleKind::fixedPoint:
@@ -61,31 +60,8 @@ template <typename MayReach>
   return fits && !mayReach(doubleLimit) ? MaskedValues::scaledInDoubles : MaskedValues::scaledIn128Bits;
 }
 
-[[nodiscard]] bool takesSumsIn32(MaskedValues values) {
-  switch (values) {
-    case MaskedValues::quotient24:
-    case MaskedValues::quotient31:
-    case MaskedValues::quotient32:
-    case MaskedValues::gain31:
-    case MaskedValues::gain32:
-    case MaskedValues::gain48:
-      return true;
-    default:
-      return false;
-  }
-}
-
-[[nodiscard]] ImageSums in64By(Reach reach) {
-  switch (reach) {
-    case Reach::second:
-      return ImageSums::in64FromSeconds;
-    case Reach::difference:
-      return ImageSums::in64FromDifferences;
-    case Reach::nothing:
-      break;
-  }
-  return ImageSums::in64;
-}
+// By Reach.
+constexpr ImageSums in64By[] = {ImageSums::in64FromSeconds, ImageSums::in64FromDifferences, ImageSums::in64};
 
 }  // namespace
 
@@ -120,11 +96,11 @@ MaskedRows planRows(const gauss_bandParams& band, bool all, const MaskedRowsKern
   const MaskedValues values =
       all ? MaskedValues::product : valuesFor(params.scale, largest, largestPixel, fits32, mayReachLimit);
 
-  const bool isIn32 = fits32 && takesSumsIn32(values);
+  const bool isIn32 = fits32 && values <= MaskedValues::gain48;
   const bool isJoined = isByte && isIn32 && weights <= maskedJoinedWeights;
   const ImageSums image = isJoined ? ImageSums::joined
                           : isIn32 ? ImageSums::in32
-                                   : in64By(reachOf(largestPixel * yBox * yBox * yBox, xBox));
+                                   : in64By[static_cast<size_t>(reachOf(largestPixel * yBox * yBox * yBox, xBox))];
   const MaskSums mask = all || isJoined                  ? MaskSums::none
                         : weights <= int64_t{UINT32_MAX} ? MaskSums::in32
                                                          : MaskSums::in64;

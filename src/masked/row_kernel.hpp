@@ -9,9 +9,10 @@
 namespace kip {
 
 // The kernel of the vectorised masked engine, for groups of output rows. Down the columns, the rows of both planes
-// enter three running sums. The group's rows go through the same along the row, one row a lane, which gives the sums of
-// image and mask under every output. Those become the outputs' values, as if all of them were valid. Kinds of sums and
-// kinds of values know nothing of each other: a small buffer lies between them.
+// enter three running sums (column_sums.hpp). The group's rows go through the same along the row, one row a lane, which
+// gives the sums of image and mask under every output (line_outputs.hpp). Those become its value, as if it were valid
+// (values.hpp). Kinds of sums and kinds of values know nothing of each other: the plan names one of each, and
+// lineOutputs gives the function for the two.
 
 // One step down the columns: the rows that enter and those one, two and three box heights above them. Pixels are read
 // through the mask, of whose bytes bit 0 counts.
@@ -48,24 +49,24 @@ enum class MaskSums {
   in64
 };
 
-// How sums become values. At scale 1, by quotients in floats for dividends below 2 to the power in the name; at a power
-// of two, likewise, of the products with it; by quotients in doubles, of the sums or of their products with the scale,
-// below 2^52; for whatever has more bits, one by one in 128 bits. Where all pixels under an output are valid its sum is
-// multiplied by a fixed-point number, except by the gains and by the last but one, which limit values to the largest
-// pixel: those divide there, too.
+// How sums become values. "Full" are outputs all of whose pixels are valid: unless something else is said, their sums
+// are multiplied by a fixed-point number, and others divided. Kinds up to gain48 take sums in 32 bits, those from
+// gain48 on sums of the image in 64.
 enum class MaskedValues {
+  // Scale 1: quotients in floats, of dividends below 2 to the power in the name; gains likewise, of a scale that is a
+  // power of two, limited to the largest pixel. Gains divide full outputs, too.
   quotient24,
   quotient31,
   quotient32,
-  quotient48,
   gain31,
   gain32,
   gain48,
-  inDoubles,
-  scaledInDoubles,
-  scaledIn128Bits,
-  limitedInDoubles,  // the scale is a double
-  product            // there is no mask
+  quotient48,
+  inDoubles,         // scale 1, of sums below 2^52
+  scaledInDoubles,   // the scale as a fixed-point number, of products below 2^52
+  scaledIn128Bits,   // the same one by one, of anything
+  limitedInDoubles,  // the scale as a double, of full outputs, too; limited to the largest pixel
+  product            // all outputs are full: there is no mask
 };
 
 // The numbers that they need. Products where all pixels are valid are (sum >> pre) * multiplier >> post, below 2^32 for

@@ -2,8 +2,6 @@
 // The masked row kernel's values: what the sums of image and mask under outputs become, or that of an image alone.
 #pragma once
 
-#include <type_traits>
-
 #include "lanes/lanes.hpp"
 #include "masked/row_kernel.hpp"
 
@@ -73,54 +71,35 @@ KIP_INLINE VecFloat joinFloats(Vec high, float unit, Vec low) {
   return toFloats(high) * allFloat(unit) + toFloats(low);
 }
 
-// (image + half) / mask for dividends of so many bits. limit(quotient): of the quotient in floats.
-
-struct AsIs {
-  KIP_INLINE VecFloat operator()(VecFloat quotient) const { return quotient; }
-};
-
-struct Divide24 {
-  template <typename Limit = AsIs>
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
-    return truncate(limit(toFloats(add32(image, half)) / toFloats(mask)));
-  }
-};
-
-struct Divide31 {
-  template <typename Limit = AsIs>
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
-    const Vec dividend = add32(image, half);
-    return exactQuotient(limit(toFloats(dividend) / toFloats(mask)), dividend, mask);
-  }
-};
-
-struct Divide32 {
-  template <typename Limit = AsIs>
-  KIP_INLINE static Vec divide(Vec image, Vec half, Vec mask, Limit&& limit = {}) {
-    const Vec dividend = add32(image, half);
-    const VecFloat whole = joinFloats(shiftRight32<16>(dividend), 65536.0f, bitAnd(dividend, all32(0xFFFF)));
-    return exactQuotient(limit(whole / toFloats(mask)), dividend, mask);
-  }
-};
-
-struct Divide48 {
-  template <typename Limit = AsIs>
-  KIP_INLINE static Vec divide(Wide image, Vec half, Vec mask, Limit&& limit = {}) {
+// (image + half) / mask for dividends below 2 to the power of Bits. `IsLimited`: what lies above the limit, which is
+// above the largest pixel, stays above that.
+template <int Bits, bool IsLimited, typename Image>
+KIP_INLINE Vec divide(Image image, Vec half, Vec mask) {
+  VecFloat whole;
+  Vec dividend;
+  if constexpr (Bits == 48) {
     const Vec lowBits = narrow(image);
     const Vec low = add32(bitAnd(lowBits, all32((1 << 24) - 1)), half);
-    const VecFloat whole = joinFloats(narrow(shiftRight64<24>(image)), 0x1p24f, low);
-    return exactQuotient(limit(whole / toFloats(mask)), add32(lowBits, half), mask);
+    whole = joinFloats(narrow(shiftRight64<24>(image)), 0x1p24f, low);
+    dividend = add32(lowBits, half);
+  } else {
+    dividend = add32(image, half);
+    whole = Bits == 32 ? joinFloats(shiftRight32<16>(dividend), 65536.0f, bitAnd(dividend, all32(0xFFFF)))
+                       : toFloats(dividend);
   }
-};
+  VecFloat quotient = whole / toFloats(mask);
+  if constexpr (IsLimited) quotient = limited(quotient, 70000.0f);
+  return Bits == 24 ? truncate(quotient) : exactQuotient(quotient, dividend, mask);
+}
 
 // At scale 1.
-template <typename Division>
+template <int Bits>
 class FloatQuotient {
  public:
   KIP_INLINE explicit FloatQuotient(const MaskedScale& scale) : toHalf_(shift32By(scale.isRounded ? 1 : 32)) {}
   template <typename Image>
   [[nodiscard]] KIP_INLINE Vec operator()(Image image, Vec mask) const {
-    return Division::divide(image, shiftRight32(mask, toHalf_), mask);
+    return divide<Bits, false>(image, shiftRight32(mask, toHalf_), mask);
   }
 
  private:
@@ -128,36 +107,30 @@ class FloatQuotient {
 };
 
 // At a scale of a power of two, and nothing above the largest pixel.
-template <typename Division>
+template <int Bits>
 class Gain {
  public:
   static constexpr bool dividesFull = true;
 
   KIP_INLINE explicit Gain(const MaskedScale& scale)
-      : gain32_(shift32By(scale.gainBits)),
-        gain64_(shift64By(scale.gainBits)),
+      : gain_(Bits == 48 ? shift64By(scale.gainBits) : shift32By(scale.gainBits)),
         toHalf_(shift32By(scale.isRounded ? 1 : 32)),
         largest_(all32(scale.largest)) {}
 
   template <typename Image>
   [[nodiscard]] KIP_INLINE Vec operator()(Image image, Vec mask) const {
-    // whatever lies above the limit stays above the largest pixel
-    const auto limit = [](VecFloat quotient) { return limited(quotient, 70000.0f); };
-    const Vec quotient = Division::divide(scaled(image), shiftRight32(mask, toHalf_), mask, limit);
+    const Vec half = shiftRight32(mask, toHalf_);
+    Vec quotient;
+    if constexpr (Bits == 48) {
+      quotient = divide<Bits, true>(toWide(image) << gain_, half, mask);
+    } else {
+      quotient = divide<Bits, true>(shiftLeft32(image, gain_), half, mask);
+    }
     return select(greater32(quotient, largest_), largest_, quotient);
   }
 
  private:
-  template <typename Image>
-  [[nodiscard]] KIP_INLINE auto scaled(Image image) const {
-    if constexpr (std::is_same_v<Division, Divide48>) {
-      return toWide(image) << gain64_;
-    } else {
-      return shiftLeft32(image, gain32_);
-    }
-  }
-
-  Shift gain32_, gain64_, toHalf_;
+  Shift gain_, toHalf_;
   Vec largest_;
 };
 
