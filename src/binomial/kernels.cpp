@@ -26,22 +26,24 @@ constexpr Names reductionNames = {
 };
 
 template <typename Pixel, bool Masked>
-constexpr auto& namesIn(const Names& names) {
-  return names[Masked ? 1 : 0][sizeof(Pixel) - 1];
+constexpr const wchar_t* nameOf(const Names& names, Axes axes) {
+  return names[Masked ? 1 : 0][sizeof(Pixel) - 1][static_cast<int>(axes)];
 }
 
-template <typename Pixel, bool Masked, auto& names = namesIn<Pixel, Masked>(smoothingNames)>
+// In the order of Axes.
+template <typename Pixel, bool Masked>
 constexpr Versions<Pixel> smoothings[] = {
-    {names[0], smooth5x5<Pixel, Masked, true>, smooth5x5<Pixel, Masked, false>},
-    {names[1], smooth5x1<Pixel, Masked, true>, smooth5x1<Pixel, Masked, false>},
-    {names[2], smooth1x5<Pixel, Masked, true>, smooth1x5<Pixel, Masked, false>},
+    {nameOf<Pixel, Masked>(smoothingNames, Axes::both), smooth5x5<Pixel, Masked, true>,
+     smooth5x5<Pixel, Masked, false>},
+    {nameOf<Pixel, Masked>(smoothingNames, Axes::x), smooth5x1<Pixel, Masked, true>, smooth5x1<Pixel, Masked, false>},
+    {nameOf<Pixel, Masked>(smoothingNames, Axes::y), smooth1x5<Pixel, Masked, true>, smooth1x5<Pixel, Masked, false>},
 };
 // Along one axis the work is a smoothing's, which has its own versions.
-template <typename Pixel, bool Masked, auto& names = namesIn<Pixel, Masked>(reductionNames)>
+template <typename Pixel, bool Masked>
 constexpr Versions<Pixel> reductions[] = {
-    {names[0], reduceXY<Pixel, Masked, true>, reduceXY<Pixel, Masked, false>},
-    {names[1], nullptr, reduceXOrY<Pixel, Masked, Axes::x>},
-    {names[2], nullptr, reduceXOrY<Pixel, Masked, Axes::y>},
+    {nameOf<Pixel, Masked>(reductionNames, Axes::both), reduceXY<Pixel, Masked, true>, reduceXY<Pixel, Masked, false>},
+    {nameOf<Pixel, Masked>(reductionNames, Axes::x), nullptr, reduceXOrY<Pixel, Masked, Axes::x>},
+    {nameOf<Pixel, Masked>(reductionNames, Axes::y), nullptr, reduceXOrY<Pixel, Masked, Axes::y>},
 };
 
 }  // namespace
