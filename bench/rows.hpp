@@ -18,6 +18,7 @@
 
 #include "kip/host/kimg.h"
 #include "kip/host/kjob.h"
+#include "kip/levels.h"
 
 namespace kipbench {
 
@@ -85,14 +86,14 @@ const Image<Pixel>& shared(Kind kind, const Size& size) {
 
 // ---- the library's levels ----
 
-inline constexpr int32_t vectors128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41;
-inline constexpr int32_t vectors256 = vectors128 | ksys_cpuAvx2;
-
+// Level 1 with SSE4.1, for which its kernels that reduce 16 bits ask.
 struct Level {
   const char* name;
   int32_t features;
 };
-inline constexpr Level levels[] = {{"portable", 0}, {"level1", vectors128}, {"level2", vectors256}};
+inline constexpr Level levels[] = {{"portable", kip_levels[0].features},
+                                   {"level1", kip_levels[1].features | ksys_cpuSse41},
+                                   {"level2", kip_levels[2].features}};
 inline constexpr Level bestLevel = levels[2];
 
 inline int32_t allThreads() {

@@ -49,8 +49,7 @@ int main(int count, char** arguments) {
   int64_t first = 0, most = 0, failures = 0;
   uint64_t calls = 0;
   for (; Clock::now() - start < length && failures < 10; ++calls) {
-    const Processor& processor = processors()[calls % processors().size()];
-    const ProcessorOverride set(processor.vendor, processor.features);
+    const ProcessorOverride processor(levels()[calls % levels().size()]);
     failures += !isGood(drawRequest(seed, calls, false));
     if (calls % 4096 != 0) continue;
     most = std::max(most, residentKilobytes());

@@ -16,7 +16,7 @@ namespace kiptest {
 
 namespace {
 
-enum Level { portable, vectors128, vectors256 };
+enum Level { portable, level1, level2 };
 
 // What a level must deliver: these pixels, or the portable engine's within a tolerance.
 struct Expected {
@@ -54,8 +54,8 @@ std::vector<int32_t> smoothed(const Request& r, const std::vector<uint8_t>& pixe
   // masked requests are cut to what the destination needs before an engine is chosen
   test.source.region = regionOf(r.function == Function::masked ? readFor(r, computed) : r.source);
   kernelcheck::Engine engine = kernelcheck::Engine::portable;
-  if (level == vectors128 && vec1Serves(test.source.region, test.params)) engine = kernelcheck::Engine::vec1;
-  if (level == vectors256) engine = kernelcheck::level2.engineFor(test, sizeof(Dst) == 1, true);
+  if (level == level1 && vec1Serves(test.source.region, test.params)) engine = kernelcheck::Engine::vec1;
+  if (level == level2) engine = kernelcheck::level2.engineFor(test, sizeof(Dst) == 1, true);
   test.source = {regionOf(r.source), pixels};
   if (engine == kernelcheck::Engine::portable && !hasExactSums(r.params)) return {};
   const auto result = kernelcheck::smoothBy<Dst>(engine, test);
@@ -221,28 +221,19 @@ std::string judgeAt(Level level, const Request& r, const Outcome& outcome, const
 
 }  // namespace
 
-const std::vector<Processor>& processors() {
-  static const std::vector<Processor> list = [] {
-    constexpr int32_t vec128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41, vec256 = vec128 | ksys_cpuAvx2;
-    std::vector<Processor> all = {{"portable", 0, 0}};
-    ksys_cpuinfo info;
-    const bool known = kip::levels().size() > 1 && ksys_cpuinfo_init(&info) == 0;
-    if (known && (info.features & vec128) == vec128) all.push_back({"128 bits", 1, vec128});
-    if (known && (info.features & vec256) == vec256) all.push_back({"256 bits", 1, vec256});
-    return all;
-  }();
+const std::vector<kip_level>& levels() {
+  static const std::vector<kip_level> list = usableLevels();
   return list;
 }
 
 std::string judge(const Request& r) {
   Outcome base;
-  for (size_t i = 0; i < processors().size(); ++i) {
-    const Processor& processor = processors()[i];
-    const ProcessorOverride set(processor.vendor, processor.features);
+  for (size_t i = 0; i < levels().size(); ++i) {
+    const ProcessorOverride processor(levels()[i]);
     const Outcome outcome = run(r);
     if (i == 0) base = outcome;
     const std::string text = judgeAt(static_cast<Level>(i), r, outcome, base);
-    if (!text.empty()) return std::string(processor.name) + ": " + text;
+    if (!text.empty()) return std::string(levels()[i].title) + ": " + text;
   }
   return "";
 }

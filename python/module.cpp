@@ -11,9 +11,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace py = pybind11;
 
@@ -163,9 +166,13 @@ kip::mask_meaning meaningOf(bool areWeights) {
   return areWeights ? kip::mask_meaning::weight : kip::mask_meaning::validity;
 }
 
+kip::axes axesOf(bool alongX, bool alongY) {
+  return alongX && alongY ? kip::axes::both : alongX ? kip::axes::x : kip::axes::y;
+}
+
 ksys_status reduce(const py::array& src, const MaybeArray& mask, py::array dst, std::optional<py::array> dstMask,
                    bool alongX, bool alongY, bool areWeights) {
-  const kip::axes axes = alongX && alongY ? kip::axes::both : alongX ? kip::axes::x : kip::axes::y;
+  const kip::axes axes = axesOf(alongX, alongY);
   const auto weights = maskOf(mask);
   const auto toMask = dstMask ? writableViewOf<uint8_t>(*dstMask) : kip::view<uint8_t>{};
   return withSamePixels(src, dst, [&](auto from, auto to) {
@@ -191,33 +198,49 @@ ksys_status binomial(const py::array& src, const MaybeArray& mask, py::array dst
 
 // ---- processor levels
 
-constexpr int32_t levelFeatures[] = {0, ksys_cpuMmxSse2 | ksys_cpuSse2Integer,
-                                     ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2};
-
-int level() {
-  ksys_cpuinfo info;
-  if (ksys_cpuinfo_init(&info) < 0 || (info.vendor != 1 && info.vendor != 5)) return 0;
-  const auto offers = [&](int which) { return (info.features & levelFeatures[which]) == levelFeatures[which]; };
-  return offers(2) ? 2 : offers(1) ? 1 : 0;
+// An empty name: whatever the processor has. False for more than that.
+bool setLevel(const std::string& name, const std::vector<std::string>& offered) {
+  if (name.empty()) {
+    kip::clear_level();
+    return true;
+  }
+  const bool isOffered = std::find(offered.begin(), offered.end(), name) != offered.end();
+  if (isOffered) kip::set_level(*kip::find_level(name));
+  return isOffered;
 }
 
-// False for more than the processor has. -1: whatever it has.
-bool setLevel(int wanted, int most) {
-  if (wanted > most) return false;
-  if (wanted < 0) {
-    ksys_cpuinfo_clearOverride();
-  } else {
-    ksys_cpuinfo_setOverride(wanted == 0 ? 0 : 1, levelFeatures[wanted]);
-  }
-  return true;
+// ---- parts of pictures
+
+py::tuple cut(const kip_partAxis& axis) {
+  return py::make_tuple(axis.isCut != 0, axis.step, axis.align, axis.before, axis.least);
+}
+
+// Of y, then of x: as axes of arrays are numbered.
+py::tuple cuts(const kip_parts& parts) {
+  return py::make_tuple(cut(parts.y), cut(parts.x));
+}
+
+py::tuple smoothParts(Pair sigma, Pair sample, double scale, bool truncate, int32_t bits, bool isMasked) {
+  const kip::smooth_params params = kernel(sigma, sample, scale, truncate);
+  return cuts(bits == 8 ? kip::smoothing_parts<uint8_t>(params, isMasked)
+                        : kip::smoothing_parts<uint16_t>(params, isMasked));
+}
+
+py::tuple reduceParts(bool alongX, bool alongY) {
+  return cuts(kip::reduction_parts(axesOf(alongX, alongY)));
 }
 
 }  // namespace
 
 PYBIND11_MODULE(_kip, module) {
-  const int processorLevel = level();
+  std::vector<std::string> names, offered;
+  for (const kip_level& level : kip::levels()) {
+    names.emplace_back(level.name);
+    if (kip::is_offered(level)) offered.emplace_back(level.name);
+  }
+  module.attr("processor_level") = offered.back();
   module.attr("__version__") = kip_version();
-  module.attr("processor_level") = processorLevel;
+  module.attr("LEVELS") = names;
   module.attr("NO_MEMORY") = KSYS_STATUS_NO_MEMORY;
   module.def("status_text", kip::status_text);
   module.def("smooth", smooth);
@@ -228,7 +251,9 @@ PYBIND11_MODULE(_kip, module) {
   module.def("largest_sigma", largestSigma);
   module.def("reduce", reduce);
   module.def("binomial", binomial);
-  module.def("level", level);
-  module.def("set_level", [processorLevel](int wanted) { return setLevel(wanted, processorLevel); });
+  module.def("level", [] { return kip::best_level().name; });
+  module.def("set_level", [offered](const std::string& name) { return setLevel(name, offered); });
+  module.def("smooth_parts", smoothParts);
+  module.def("reduce_parts", reduceParts);
   module.def("set_threads", ksys_jobThreads_setMaximum);
 }

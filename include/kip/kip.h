@@ -12,8 +12,10 @@
 #include "host/kpel.h"
 #include "host/kstd.h"
 #include "host/ksys.h"
+#include "levels.h"
 #include "masked.h"
 #include "params.h"
+#include "parts.h"
 #include "version.h"
 
 #endif

@@ -1,4 +1,4 @@
-from typing import Any, Optional, Tuple
+from typing import Any, List, Optional, Tuple
 
 from numpy.typing import NDArray
 
@@ -6,9 +6,11 @@ from ._arrays import Mask
 
 _Array = NDArray[Any]
 _Pair = Tuple[int, int]
+_Cut = Tuple[bool, int, int, int, int]
 
 __version__: str
-processor_level: int
+LEVELS: List[str]
+processor_level: str
 NO_MEMORY: int
 
 def status_text(status: int) -> str: ...
@@ -44,6 +46,10 @@ def reduce(
 def binomial(
     src: _Array, mask: Optional[Mask], dst: _Array, dst_mask: Optional[Mask], radius: _Pair, are_weights: bool
 ) -> int: ...
-def level() -> int: ...
-def set_level(level: int) -> bool: ...
+def level() -> str: ...
+def set_level(name: str) -> bool: ...
+def smooth_parts(
+    sigma: _Pair, sample: _Pair, scale: float, truncate: bool, bits: int, is_masked: bool
+) -> Tuple[_Cut, _Cut]: ...
+def reduce_parts(along_x: bool, along_y: bool) -> Tuple[_Cut, _Cut]: ...
 def set_threads(count: int) -> None: ...

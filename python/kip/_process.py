@@ -13,7 +13,11 @@ from . import _kip
 
 Level = Union[int, str]
 
-_LEVELS = {"portable": 0, 1: 1, 2: 2}
+def _value(name: str) -> Level:
+    return int(name) if name.isdigit() else name
+
+
+_LEVELS = {_value(name): name for name in _kip.LEVELS}
 
 _set_level: Optional[Level] = None
 _set_threads = 0
@@ -21,7 +25,7 @@ _set_threads = 0
 
 def level() -> Level:
     """The level of the vectorised engines that requests may use: "portable", 1 (SSE2) or 2 (AVX2)."""
-    return _kip.level() or "portable"
+    return _value(_kip.level())
 
 
 def set_level(level: Optional[Level]) -> None:
@@ -32,9 +36,9 @@ def set_level(level: Optional[Level]) -> None:
     """
     global _set_level
     if level is not None and level not in _LEVELS:
-        raise ValueError(f"level is {level!r}; wanted 'portable', 1, 2 or None")
-    if not _kip.set_level(-1 if level is None else _LEVELS[level]):
-        raise ValueError(f"level is {level!r}; the processor has no more than level {_kip.processor_level}")
+        raise ValueError(f"level is {level!r}; wanted {', '.join(map(repr, _LEVELS))} or None")
+    if not _kip.set_level("" if level is None else _LEVELS[level]):
+        raise ValueError(f"level is {level!r}; the processor has no more than {_value(_kip.processor_level)!r}")
     _set_level = level
 
 

@@ -33,7 +33,7 @@ import dask.array as da
 import numpy as np
 from numpy.typing import DTypeLike
 
-from . import _binomial, _smooth
+from . import _binomial, _kip, _smooth
 from ._arrays import Array, Pair, take_scale
 from ._process import Level, level, one_thread_at
 from ._stddev import Deviation
@@ -44,6 +44,7 @@ Chunks = Tuple[int, ...]
 class _Axis(NamedTuple):
     """How the work is cut along an axis. Lengths are in pixels of the image, but `results` in those of the result."""
 
+    is_cut: bool
     step: int  # from a result to the next
     align: int  # chunks begin at multiples of it
     halo: int  # that a chunk needs on either side, a multiple of `align`
@@ -56,7 +57,7 @@ class _Axis(NamedTuple):
         for chunk in chunks:
             position += chunk
             cut = position // self.align * self.align
-            if cut - cuts[-1] >= self.least and length - cut >= self.least:
+            if self.is_cut and cut - cuts[-1] >= self.least and length - cut >= self.least:
                 cuts.append(cut)
         return tuple(np.diff([*cuts, length]).tolist())
 
@@ -110,19 +111,12 @@ def _take(array: Any, name: str = "array", shape: Optional[Tuple[int, ...]] = No
     return array
 
 
-def _smooth_axes(shape: Tuple[int, ...], kernel: _smooth.Kernel) -> List[_Axis]:
-    axes = []
-    for length, s, step in zip(kernel.result_shape(shape), kernel.sigma[::-1], kernel.sample[::-1]):
-        halo = math.ceil((3 * s / 2 + step) / step) * step
-        # The vectorised engines begin at 33 results and at more pixels than two halos.
-        axes.append(_Axis(step, step, halo, max(33 * step, halo), length))
-    return axes
-
-
-def _is_exact(half: float, largest: int) -> bool:
-    """Whether sums of doubles up to `largest` that begin with that half are exact."""
-    numerator, denominator = half.as_integer_ratio()
-    return numerator + largest * denominator < 2**53
+def _smooth_axes(
+    array: da.Array, kernel: _smooth.Kernel, scale: float, truncate: bool, masked: bool = False
+) -> List[_Axis]:
+    bits = 8 * array.dtype.itemsize
+    parts = _kip.smooth_parts(*kernel, take_scale(scale), truncate, bits, masked)
+    return [_Axis(*part, length) for part, length in zip(parts, kernel.result_shape(array.shape))]
 
 
 def smooth(
@@ -142,13 +136,9 @@ def smooth(
     """
     array = _take(array)
     kernel = _smooth.take_kernel(sigma, sample, stddev)
-    axes = _smooth_axes(array.shape, kernel)
-    x, y = kernel.sigma
-    weights = ((x + 1) * (y + 1)) ** 3
-    if 255 * weights >= 2**53:
+    axes = _smooth_axes(array, kernel, scale, truncate)
+    if not axes[0].is_cut:
         raise ValueError(f"sigma is {kernel.sigma}; sums are not exact any more, and would depend on the chunks")
-    if not truncate and array.dtype == np.uint8 and not _is_exact(0.5 * (weights / take_scale(scale)), 255 * weights):
-        axes[1] = axes[1]._replace(least=array.shape[1])
     options = dict(**kernel._asdict(), scale=scale, truncate=truncate, dtype=dtype)
     return _apply(functools.partial(_smooth.smooth, **options), [array], axes)
 
@@ -174,7 +164,7 @@ def smooth_masked(
     """`kip.smooth_masked` of Dask arrays: the pixels and the result's mask."""
     array = _take(array)
     kernel = _smooth.take_kernel(sigma, sample, stddev)
-    axes = _smooth_axes(array.shape, kernel)
+    axes = _smooth_axes(array, kernel, scale, truncate, masked=True)
     arrays = [array, _take(mask, "mask", array.shape)]
     if sample_mask is not None:
         arrays.append(_take(sample_mask, "sample_mask", array.shape))
@@ -195,10 +185,9 @@ def reduce(
 ) -> Union[da.Array, Tuple[da.Array, da.Array]]:
     """`kip.reduce` of a Dask array, with a mask of a pair: the pixels and the result's mask."""
     array = _take(array)
-    # With masks the vectorised engines divide groups of eight results, counted from the first column.
-    align = 16
     shape = _binomial.reduced_shape(array.shape, axes)
-    cuts = [_Axis(2 if name in axes else 1, align, align, 2 * align, length) for name, length in zip("yx", shape)]
+    parts = _kip.reduce_parts("x" in axes, "y" in axes)
+    cuts = [_Axis(*part, length) for part, length in zip(parts, shape)]
     masks = [] if mask is None else [_take(mask, "mask", array.shape)]
     return _apply(functools.partial(_binomial.reduce, axes=axes, weights=weights), [array, *masks], cuts)
 

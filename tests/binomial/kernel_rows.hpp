@@ -10,6 +10,7 @@
 #include "binomial/kernels.hpp"
 #include "kip/host/ksys.h"
 #include "oracle/binomial.hpp"
+#include "support/levels.hpp"
 
 namespace kiptest {
 
@@ -59,7 +60,7 @@ const std::vector<KernelRow<Pixel>>& kernelRows() {
   return rows;
 }
 
-// A processor as the hooks see it.
+// A processor as the hooks see it: of the library's levels, and between and beside them.
 struct Level {
   const char* name;
   int32_t vendor, features;
@@ -67,17 +68,17 @@ struct Level {
   [[nodiscard]] bool has(int32_t feature) const { return (vendor == 1 || vendor == 5) && (features & feature) != 0; }
 };
 
-inline constexpr int32_t sse2Level = ksys_cpuMmxSse2 | ksys_cpuSse2Integer, sse41Level = sse2Level | ksys_cpuSse41;
+inline constexpr int32_t sse2Level = kip_levels[1].features, sse41Level = sse2Level | ksys_cpuSse41;
 inline constexpr Level reduceLevels[] = {{"portable", 0, 0},
                                          {"64", 5, ksys_cpuMmxSse2},
                                          {"128_sse2", 5, sse2Level},
                                          {"128", 1, sse41Level},
                                          {"other_maker", 2, sse41Level},
-                                         {"256", 5, sse41Level | ksys_cpuAvx2},
+                                         {"256", 5, kip_levels[2].features},
                                          {"256_alone", 1, ksys_cpuAvx2}};
 
 // Those that this machine can run.
-inline std::vector<Level> usableLevels() {
+inline std::vector<Level> usableProcessors() {
   ksys_cpuinfo info;
   if (ksys_cpuinfo_init(&info) != 0) info.features = 0;
   std::vector<Level> levels;
@@ -99,7 +100,7 @@ int32_t attentionChecks(const KernelRow<Pixel>& row, int32_t height) {
 // Whether the hook, the kernel's own or its pass's, serves the request; else it answers with the fallback status.
 template <typename Pixel>
 bool serves(const KernelRow<Pixel>& row, const Level& level, int32_t width, int32_t height, bool wantsMask) {
-  if (kip::levels().size() == 1) return false;
+  if (!hasVectors) return false;
   const bool isXY = row.alongBoth() && row.reduces(), is5x5 = row.alongBoth() && !row.reduces();
   const bool vectors = level.has(sizeof(Pixel) == 1 ? ksys_cpuSse2Integer : ksys_cpuSse41);
   if (!row.masked) return width > 2 && (vectors || sizeof(Pixel) == 1 || (isXY && height < 2));

@@ -35,7 +35,7 @@ TYPED_TEST_SUITE(Smooth, Depths);
 // All radii up to 6, on the common part of windows in larger images, masks at coordinates of their own, at each level.
 TYPED_TEST(Smooth, Windows) {
   Random random(20);
-  const std::vector<Level> levels = usableLevels();
+  const std::vector<Level> levels = usableProcessors();
   for (int n = 0; n < 600; ++n) {
     const int32_t xRadius = 2 * random.between(0, 3), yRadius = 2 * random.between(0, 3);
     const Level& level = levels[static_cast<size_t>(n) % levels.size()];

@@ -21,7 +21,7 @@ struct Request {
 
   template <typename Pixel = uint8_t>
   std::vector<Pixel> run() {
-    const ProcessorOverride processor(1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer);
+    const ProcessorOverride processor(kip_levels[1]);
     const AttentionProbe attention;
     params.dstTemplate = Typed<Pixel>::legacyTemplate;
     ksVImage* out = nullptr;

@@ -6,6 +6,7 @@
 
 #include "support/host_images.hpp"
 #include "support/host_seams.hpp"
+#include "support/levels.hpp"
 #include "support/pictures.hpp"
 
 namespace {
@@ -17,7 +18,7 @@ bool operator==(const ksFXform& a, const ksFXform& b) {
 }
 
 // At each level that the processor has; which one runs shows in nothing here.
-class Setup : public testing::TestWithParam<int32_t> {
+class Setup : public testing::TestWithParam<kip_level> {
  protected:
   Setup() : canvas({5, -7, 40, 16}, 100), source(legacyOn(canvas)), params(*ksGaussParamsNull()) {
     params.extendBorder = 1;
@@ -32,7 +33,7 @@ class Setup : public testing::TestWithParam<int32_t> {
     return status;
   }
 
-  const ProcessorOverride processor{1, GetParam()};
+  const ProcessorOverride processor{GetParam()};
   const Canvas<uint8_t> canvas;
   const LegacyImage source;
   ksGaussParams params;
@@ -40,13 +41,7 @@ class Setup : public testing::TestWithParam<int32_t> {
   LegacyImage created;
 };
 
-std::vector<int32_t> levels() {
-  constexpr int32_t sse2 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer;
-  ksys_cpuinfo info;
-  const bool hasAvx2 = ksys_cpuinfo_init(&info) == 0 && (info.features & ksys_cpuAvx2) != 0;
-  return hasAvx2 ? std::vector{0, sse2, sse2 | ksys_cpuAvx2} : std::vector{0, sse2};
-}
-INSTANTIATE_TEST_SUITE_P(Levels, Setup, testing::ValuesIn(levels()));
+INSTANTIATE_TEST_SUITE_P(Levels, Setup, testing::ValuesIn(usableLevels()));
 
 TEST_P(Setup, CreatesADestinationOfTheTemplatesTypeOverWhatIsComputed) {
   for (const ksVImage* const type : {&ksImageNull, &ksUSImageNull}) {
@@ -162,7 +157,7 @@ TEST_P(Setup, GeometryBeyond32BitsFailsBeforeAnythingIsWritten) {
 
 // The region, the destination handed out and its owner after each kind of failure.
 TEST_P(Setup, WhatAFailureLeaves) {
-  const bool isLevel1 = (GetParam() & (ksys_cpuMmxSse2 | ksys_cpuAvx2)) == ksys_cpuMmxSse2;
+  const bool isLevel1 = GetParam().name == std::string("1");
   const ksIRegion asked = {0, -6, 8, 100}, computed = {5, -6, 3, 15};
   ksVImage mark{};
   ksIRegion region;
@@ -210,7 +205,7 @@ TEST_P(Setup, ProgrammingErrorsFailTheArgumentCheck) {
     change(wrong);
     EXPECT_TRUE(failsCheck([&] { kip_gauss(source.get(), nullptr, &wrong, nullptr, &out); })) << &change - changes;
   }
-  if ((GetParam() & ksys_cpuAvx2) != 0) {  // the kernels for sigma 2 take a scale of infinity
+  if (GetParam().name == std::string("2")) {  // the kernels for sigma 2 take a scale of infinity
     params.scale = INFINITY;
     EXPECT_EQ(run(nullptr, nullptr), 0);
     EXPECT_EQ(pixelsOf<uint8_t>(out), std::vector<uint8_t>(40 * 16, 255));

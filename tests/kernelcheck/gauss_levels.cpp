@@ -6,7 +6,7 @@
 #include "gauss/level1_model.hpp"
 #include "gauss/level2_model.hpp"
 #include "geometry/regions.hpp"
-#include "kip/host/ksys.h"
+#include "kip/levels.h"
 #include "support/draws.hpp"
 
 namespace kernelcheck {
@@ -100,12 +100,10 @@ Engine level2Engine(const GaussCase& test, bool is8, bool asRegion) {
 const GaussLevel portable = {"portable", 0, 0,
                              [](uint64_t seed, int32_t index) { return drawGaussCase(seed, index, false); },
                              [](const GaussCase&, bool, bool) { return Engine::portable; }};
-const GaussLevel level1 = {"level1", 5, ksys_cpuMmxSse2 | ksys_cpuSse2Integer, drawForLevel1,
-                           [](const GaussCase& test, bool, bool) {
+const GaussLevel level1 = {"level1", 5, kip_levels[1].features, drawForLevel1, [](const GaussCase& test, bool, bool) {
                              return vec1Serves(test.source.region, test.params) ? Engine::vec1 : Engine::portable;
                            }};
-const GaussLevel level2 = {"level2", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2,
-                           drawForLevel2, level2Engine};
+const GaussLevel level2 = {"level2", 1, kip_levels[2].features, drawForLevel2, level2Engine};
 
 template <typename Pixel>
 std::vector<Pixel> smoothBy(Engine engine, const GaussCase& test) {

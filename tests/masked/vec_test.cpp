@@ -5,18 +5,17 @@
 #include "kip/geometry.h"
 #include "levels/levels.hpp"
 #include "masked/masked_case.hpp"
+#include "support/levels.hpp"
 
 namespace {
 
 using namespace kiptest;
 
-// As this build and this machine have them.
-std::vector<int32_t> vectorSizes() {
-  constexpr int32_t vec128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer;
-  ksys_cpuinfo info;
-  if (kip::levels().size() == 1 || ksys_cpuinfo_init(&info) != 0 || (info.features & vec128) != vec128) return {};
-  if ((info.features & ksys_cpuAvx2) == 0) return {vec128};
-  return {vec128, vec128 | ksys_cpuAvx2};
+// Those with vectors.
+std::vector<kip_level> vectorLevels() {
+  std::vector<kip_level> levels = usableLevels();
+  levels.erase(levels.begin());
+  return levels;
 }
 
 template <typename Pair>
@@ -48,11 +47,11 @@ class MaskedVec : public testing::Test {
     const bool withDstMask = index % 4 != 0;
     const oracle::MaskedResult expected = served ? oracle::smoothMaskedInIntegers(request, drawn.computed)
                                                  : oracle::smoothMasked(request, drawn.computed);
-    for (const int32_t features : vectorSizes()) {
-      const ProcessorOverride processor(1, features);
+    for (const kip_level& level : vectorLevels()) {
+      const ProcessorOverride processor(level);
       const MaskedCall<Pair> call(drawn, static_cast<Placement>(index % 3));
       EXPECT_EQ(call.run(withDstMask), 0) << drawn.name;
-      EXPECT_EQ(call.check(expected, withDstMask), "") << drawn.name << " features " << features;
+      EXPECT_EQ(call.check(expected, withDstMask), "") << drawn.name << ' ' << level.title;
     }
     return served;
   }
@@ -102,7 +101,7 @@ TYPED_TEST_SUITE(MaskedVec, MaskedPairs);
 
 // Every rule, scale class and width of the sums; planes narrower than a vector, pads wider than the plane.
 TYPED_TEST(MaskedVec, EqualsTheDefinitionInIntegers) {
-  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  if (vectorLevels().empty()) GTEST_SKIP() << "no vectors here";
   constexpr int32_t cases = 3000;
   int32_t served = 0;
   for (int32_t i = 0; i < cases && !this->HasFailure(); ++i) {
@@ -114,7 +113,7 @@ TYPED_TEST(MaskedVec, EqualsTheDefinitionInIntegers) {
 // The largest sums there are, around one invalid pixel and away from it, with scales down and up to what fixed point
 // and 64 bits hold; then the largest quotients: one valid pixel among others that even bytes let through.
 TYPED_TEST(MaskedVec, TheLargestSums) {
-  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  if (vectorLevels().empty()) GTEST_SKIP() << "no vectors here";
   for (const int32_t sigma : {3, 8, 15, 34, TypeParam::maxSigma}) {
     for (const double scale : {0.01, 0.524, 1.0, 256.0, 300.0, 2065.0, 70000.0, 1e12}) {
       MaskedCase drawn = drawMaskedCase<TypeParam>(5, 0);
@@ -144,7 +143,7 @@ TYPED_TEST(MaskedVec, TheLargestSums) {
 }
 
 TYPED_TEST(MaskedVec, BandsEqualTheSingleCall) {
-  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  if (vectorLevels().empty()) GTEST_SKIP() << "no vectors here";
   MaskedCase drawn = this->draw(5);
   drawn.request.region = {-7, 11, 331, 397};
   drawn.request.params.xSample = drawn.request.params.ySample = 1;
@@ -164,10 +163,10 @@ TYPED_TEST(MaskedVec, BandsEqualTheSingleCall) {
 
 // A request fails with the status of the allocation that fails, and writes nothing outside its destination.
 TYPED_TEST(MaskedVec, AllocationFailures) {
-  if (vectorSizes().empty()) GTEST_SKIP() << "no vectors here";
+  if (vectorLevels().empty()) GTEST_SKIP() << "no vectors here";
   MaskedCase drawn = this->draw(6);
   drawn.request.srcMask.assign(drawn.request.pixels.size(), 2);  // even bytes: counts are needed
-  const ProcessorOverride processor(1, vectorSizes().back());
+  const ProcessorOverride processor(vectorLevels().back());
   int64_t failing = 1;
   for (ksys_status status = -1; status != 0; ++failing) {
     const AllocationProbe probe(failing);

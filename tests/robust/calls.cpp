@@ -199,14 +199,4 @@ std::span<const Call> calls() {
   return all;
 }
 
-std::vector<Level> levels() {
-  constexpr int32_t vectors128 = ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41;
-  ksys_cpuinfo info;
-  require(ksys_cpuinfo_init(&info) == 0, "processor");
-  std::vector<Level> all = {{"portable", 0, 0}};
-  if ((info.features & vectors128) == vectors128) all.push_back({"128 bits", 5, vectors128});
-  if ((info.features & ksys_cpuAvx2) != 0) all.push_back({"256 bits", 1, vectors128 | ksys_cpuAvx2});
-  return all;
-}
-
 }  // namespace kiptest

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "robust/scene.hpp"
+#include "support/levels.hpp"
 
 namespace kiptest {
 
@@ -22,12 +23,5 @@ inline constexpr ksys_status kToldOtherwise = KSYS_STATUS_NO_MEMORY;
 
 // Every exported function that can fail or takes anything that a caller may get wrong.
 std::span<const Call> calls();
-
-struct Level {
-  const char* name;
-  int32_t vendor, features;
-};
-// The processor levels that this processor can run.
-std::vector<Level> levels();
 
 }  // namespace kiptest

@@ -84,7 +84,7 @@ class Trial {
     }
   }
 
-  void inhibitEach(const Level& level) const {
+  void inhibitEach(const kip_level& level) const {
     std::vector<std::wstring> names;
     Scene scene(call_.srcBytes, call_.dstBytes, form_, kFill);
     {
@@ -94,7 +94,7 @@ class Trial {
     }
     if (names.empty()) return;
     const std::vector<int64_t> portable = (ProcessorOverride(0, 0), deliver(kFill));
-    const ProcessorOverride processor(level.vendor, level.features);  // again
+    const ProcessorOverride processor(level);  // again
     std::vector<std::vector<std::wstring>> inhibited = {names};
     for (const std::wstring& name : names) inhibited.push_back({name});
     for (const auto& forbidden : inhibited) {
@@ -129,11 +129,11 @@ class Trial {
 template <typename Do>
 void forEachTrial(const Do& act) {
   ksys_jobThreads_setMaximum(1);
-  for (const Level& level : levels()) {
-    const ProcessorOverride processor(level.vendor, level.features);
+  for (const kip_level& level : usableLevels()) {
+    const ProcessorOverride processor(level);
     for (const Call& call : calls()) {
       for (const Form form : call.forms) {
-        SCOPED_TRACE(std::string(call.name) + " form " + std::to_string(static_cast<int>(form)) + ' ' + level.name);
+        SCOPED_TRACE(std::string(call.name) + " form " + std::to_string(static_cast<int>(form)) + ' ' + level.title);
         const Trial trial(call, form);
         act(trial, call, level);
         if (testing::Test::HasFailure()) return;
@@ -145,20 +145,20 @@ void forEachTrial(const Do& act) {
 
 TEST(Faults, EveryAllocation) {
   int64_t faults = 0;
-  forEachTrial([&](const Trial& trial, const Call&, const Level&) { faults += trial.failEach<AllocationProbe>(); });
+  forEachTrial([&](const Trial& trial, const Call&, const kip_level&) { faults += trial.failEach<AllocationProbe>(); });
   EXPECT_GT(faults, 400);
 }
 
 TEST(Faults, EveryAttentionCheck) {
   int64_t faults = 0;
-  forEachTrial([&](const Trial& trial, const Call&, const Level&) { faults += trial.failEach<AttentionProbe>(); });
+  forEachTrial([&](const Trial& trial, const Call&, const kip_level&) { faults += trial.failEach<AttentionProbe>(); });
   EXPECT_GT(faults, 200);
 }
 
 // A call that asks returns the status; one that does not works.
 TEST(Faults, TheProcessorQuery) {
   constexpr ksys_status failure = KSYS_STATUS(0x80004321);
-  forEachTrial([&](const Trial& trial, const Call& call, const Level&) {
+  forEachTrial([&](const Trial& trial, const Call& call, const kip_level&) {
     const auto fault = [] { return ProcessorFailure(failure); };
     const ksys_status status = trial.failing(fault, [](const auto&) {});
     EXPECT_TRUE(status == failure || (status == 0 && !call.asksProcessor)) << std::hex << status;
@@ -167,7 +167,7 @@ TEST(Faults, TheProcessorQuery) {
 
 // Without one of its paths a call differs by rounding at most, without all of them it is the portable one.
 TEST(Faults, EveryInhibitedName) {
-  forEachTrial([](const Trial& trial, const Call&, const Level& level) { trial.inhibitEach(level); });
+  forEachTrial([](const Trial& trial, const Call&, const kip_level& level) { trial.inhibitEach(level); });
 }
 
 }  // namespace

@@ -221,9 +221,9 @@ bool takesForBytes(const Call& call, Role Scene::*deeper) {
 
 TEST(Hostile, ArgumentsEndInAStatusOrAnArgumentCheck) {
   const std::vector<Fault> faults[] = {faultsOf(false), faultsOf(true)};
-  const std::vector<Level> all = levels();
-  for (const Level& level : {all.front(), all.back()}) {
-    const ProcessorOverride processor(level.vendor, level.features);
+  const std::vector<kip_level> all = usableLevels();
+  for (const kip_level& level : {all.front(), all.back()}) {
+    const ProcessorOverride processor(level);
     for (const Call& call : calls()) {
       for (const Form form : {Form::plain, Form::created}) {
         if (std::find(call.forms.begin(), call.forms.end(), form) == call.forms.end()) continue;
@@ -233,7 +233,7 @@ TEST(Hostile, ArgumentsEndInAStatusOrAnArgumentCheck) {
         const std::vector<int64_t> good = untouched.delivered();
         for (const Fault& fault : faults[usesPixels(call) ? 1 : 0]) {
           if (takesForBytes(call, fault.deeper)) continue;
-          SCOPED_TRACE(std::string(call.name) + (form == Form::plain ? ", " : " created, ") + level.name + ": " +
+          SCOPED_TRACE(std::string(call.name) + (form == Form::plain ? ", " : " created, ") + level.title + ": " +
                        fault.name);
           bool checked = false;
           // a second time, to see leaks, where the first time ended in a status

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kip/host/kstd.h"
-#include "kip/host/ksys.h"
+#include "kip/levels.h"
 
 namespace kiptest {
 
@@ -71,6 +71,7 @@ class InhibitProbe : NotCopied {
 class ProcessorOverride : NotCopied {
  public:
   ProcessorOverride(int32_t vendor, int32_t features) { ksys_cpuinfo_setOverride(vendor, features); }
+  explicit ProcessorOverride(const kip_level& level) : ProcessorOverride(level.vendor, level.features) {}
   ~ProcessorOverride() { ksys_cpuinfo_clearOverride(); }
 };
 

@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include "kip/gauss.h"
+#include "kip/levels.h"
 #include "library_call.hpp"
 #include "made_files.hpp"
 #include "run_kip.hpp"
@@ -11,16 +12,6 @@ namespace kip::test {
 namespace {
 
 using Words = std::vector<std::string>;
-
-struct Level {
-  const char* option;
-  const char* name;
-  int32_t vendor, features;
-};
-constexpr Level kLevels[] = {
-    {"portable", "portable", 0, 0},
-    {"1", "level 1 (SSE2)", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer},
-    {"2", "level 2 (AVX2)", 1, ksys_cpuMmxSse2 | ksys_cpuSse2Integer | ksys_cpuSse41 | ksys_cpuAvx2}};
 
 struct Served {
   Words options;
@@ -48,31 +39,31 @@ const Served kServed[] = {
 };
 
 // The levels this program says it can use.
-bool isUsable(const Level& level) {
+bool isUsable(const kip_level& level) {
   const std::string info = runKip({"info"}).out;
-  const size_t line = info.find("  " + std::string(level.name) + " ");
+  const size_t line = info.find("  " + std::string(level.title) + " ");
   EXPECT_NE(line, std::string::npos) << info;
   const std::string state = info.substr(line, info.find('\n', line) - line);
   const bool isUsable = state.find(" usable") != std::string::npos;
-  EXPECT_EQ(state.find("--truncate only") != std::string::npos, isUsable && level.option[0] == '1');
+  EXPECT_EQ(state.find("--truncate only") != std::string::npos, isUsable && level.name[0] == '1');
   return isUsable;
 }
 
 TEST(Engines, AreNamedAsTheyServe) {
   const Folder folder;
   makePng(folder / "deep", {16, PNG_COLOR_TYPE_GRAY});
-  for (const Level& level : kLevels) {
+  for (const kip_level& level : kip_levels) {
     if (!isUsable(level)) continue;
     for (const Served& served : kServed) {
-      SCOPED_TRACE(level.name + testing::PrintToString(served.options));
+      SCOPED_TRACE(level.title + testing::PrintToString(served.options));
       Words arguments = {"smooth",           served.deep ? folder / "deep" : KIP_SHIPPED_CHART,
                          folder / "out.pgm", "--verbose",
-                         "--level",          level.option};
+                         "--level",          level.name};
       arguments.insert(arguments.end(), served.options.begin(), served.options.end());
       const Outcome outcome = runKip(arguments);
       ASSERT_EQ(outcome.code, 0) << outcome.err;
-      const bool serves = level.option[0] == '1' ? served.first : level.option[0] == '2' && served.second;
-      const std::string engine = !serves ? "portable" : served.vectorised ? "vectorised" : level.name;
+      const bool serves = level.name[0] == '1' ? served.first : level.name[0] == '2' && served.second;
+      const std::string engine = !serves ? "portable" : served.vectorised ? "vectorised" : level.title;
       EXPECT_NE(outcome.err.find("engine: " + engine + ","), std::string::npos) << outcome.err;
     }
   }
@@ -83,11 +74,11 @@ TEST(Engines, AreForcedThroughTheProcessorOverride) {
   kip_gaussParams params;
   kip_gaussParams_init(&params);
   params.xSigma = params.ySigma = 2;  // truncated: each engine has pixels of its own
-  for (const Level& level : kLevels) {
+  for (const kip_level& level : kip_levels) {
     if (!isUsable(level)) continue;
-    SCOPED_TRACE(level.name);
-    const Outcome outcome = runKip(
-        {"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--sigma", "2", "--truncate", "--level", level.option});
+    SCOPED_TRACE(level.title);
+    const Outcome outcome =
+        runKip({"smooth", KIP_SHIPPED_CHART, folder / "out.pgm", "--sigma", "2", "--truncate", "--level", level.name});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     ksys_cpuinfo_setOverride(level.vendor, level.features);
     const Called expected = callOn(read(KIP_SHIPPED_CHART), std::nullopt, [&](auto* src, auto*, auto* dst, auto*) {

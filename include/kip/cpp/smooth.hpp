@@ -192,19 +192,20 @@ template <raster Source>
 // Pixels that `mask` marks invalid, 0, are not used; any other byte is valid. The result's mask is 255 where the pixel
 // is valid by `rule`, and else 0: the pixel is then the sample times scale.
 
-// dst_mask may be empty: it is not wanted. A part that is placed is cut from the result of the whole source, which is
-// made first, since samples count from the source's corner.
+namespace detail {
+
+// With a mask, or with a sample mask alone.
+enum class masks { both, samples };
 template <pixel Out, raster_for<Out> Source>
-[[nodiscard]] ksys_status try_smooth_masked(const Source& src, view<const uint8_t> mask, view<Out> dst,
-                                            view<uint8_t> dst_mask, const smooth_params& params, const mask_rule& rule,
-                                            const placement& at) noexcept {
+ksys_status smooth_by(masks which, const Source& src, view<const uint8_t> mask, view<Out> dst, view<uint8_t> dst_mask,
+                      const smooth_params& params, const mask_rule& rule, const placement& at) noexcept {
   const detail::record source(src.const_view(), at.source);
   detail::record src_mask(mask, at.source), sample_mask(rule.sample_mask, at.source);
   detail::record result(dst, at.dest), result_mask(dst_mask, at.dest);
   const detail::call_images images = {source, src_mask, sample_mask, result, result_mask};
   rect whole = {};
   if (const ksys_status status = images.check(); status < 0) return status;
-  if (!src_mask.has_pixels()) return KIP_STATUS_NOT_BOUND;
+  if (!(which == masks::both ? src_mask : sample_mask).has_pixels()) return KIP_STATUS_NOT_BOUND;
   if (const ksys_status status = try_smoothed_rect(source.where(), params, whole); status < 0) return status;
   if (!result.has_pixels()) return 0;
   if (!detail::is_inside(result.where(), whole)) return KSYS_STATUS_OUTSIDE_IMAGE;
@@ -225,6 +226,24 @@ template <pixel Out, raster_for<Out> Source>
   if (status < 0) return status;
   if (const ksys_status copied = detail::copy_common(all, result); copied < 0) return copied;
   return detail::copy_common(all_mask, result_mask);
+}
+
+}  // namespace detail
+
+// dst_mask may be empty: it is not wanted. A part that is placed is cut from the result of the whole source, which is
+// made first, since samples count from the source's corner.
+template <pixel Out, raster_for<Out> Source>
+[[nodiscard]] ksys_status try_smooth_masked(const Source& src, view<const uint8_t> mask, view<Out> dst,
+                                            view<uint8_t> dst_mask, const smooth_params& params, const mask_rule& rule,
+                                            const placement& at) noexcept {
+  return detail::smooth_by(detail::masks::both, src, mask, dst, dst_mask, params, rule, at);
+}
+// All pixels are used, and a result is valid where its sample is not 0 in sample_mask, which has the source's size.
+template <pixel Out, raster_for<Out> Source>
+[[nodiscard]] ksys_status try_smooth_sampled(const Source& src, view<const uint8_t> sample_mask, view<Out> dst,
+                                             view<uint8_t> dst_mask, const smooth_params& params,
+                                             const placement& at) noexcept {
+  return detail::smooth_by(detail::masks::samples, src, {}, dst, dst_mask, params, {.sample_mask = sample_mask}, at);
 }
 template <pixel Out, raster_for<Out> Source>
 [[nodiscard]] ksys_status try_smooth_masked(const Source& src, view<const uint8_t> mask, view<Out> dst,
