@@ -32,6 +32,16 @@ std::string memoryText(int64_t bytes) {
 
 }  // namespace
 
+BandRule makeBandRule(const kip_partAxis& axis, int32_t sourceRows) {
+  BandRule rule{};
+  rule.sourceOf = [axis, sourceRows](Rows band) -> Rows {
+    const kip_partRange source = kip_partAxis_source(&axis, sourceRows, {band.begin * axis.step, band.end * axis.step});
+    return {static_cast<int32_t>(source.begin), static_cast<int32_t>(source.end)};
+  };
+  rule.leastRows = static_cast<int32_t>(axis.least / axis.step);
+  return rule;
+}
+
 std::vector<Rows> cutIntoBands(const BandRule& rule, const Sources& sources, const std::string& memory) {
   const int64_t limit = parseBytes("--memory", memory);
   const PictureSize& size = sources.size();

@@ -20,6 +20,9 @@ struct BandRule {
   int64_t bytesPerRow;                 // of memory for a row of the sources and what is made of it
 };
 
+// What follows from how the library lets pictures be cut along y; the result and the bytes are left.
+BandRule makeBandRule(const kip_partAxis& axis, int32_t sourceRows);
+
 // The bands, as few as the memory allows and equally high. Throws Error, with the sources' name in front, when even the
 // lowest do not fit.
 std::vector<Rows> cutIntoBands(const BandRule& rule, const Sources& sources, const std::string& memory);

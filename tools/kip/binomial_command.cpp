@@ -4,11 +4,10 @@
 #include "commands.hpp"
 #include "error.hpp"
 #include "inputs.hpp"
-#include "kip/gauss2.h"
-#include "library_image.hpp"
 #include "mask_options.hpp"
 #include "numbers.hpp"
 #include "outputs.hpp"
+#include "pixels.hpp"
 
 namespace kip::tool {
 namespace {
@@ -29,12 +28,11 @@ void runBinomial(const Arguments& arguments) {
 
   MaskedPicture source{readInput(arguments.in), std::nullopt};
   if (!arguments.masks.mask.empty()) source.mask = readMask(arguments.masks.mask, source.picture);
-  const bool is8 = source.picture.depth == 8;
-  const auto plain = is8 ? kip_gauss2_smoothNoSample8_8 : kip_gauss2_smoothNoSample16_16;
-  const auto masked = is8 ? kip_gauss2_smoothNoSampleMasked8_8 : kip_gauss2_smoothNoSampleMasked16_16;
-  const MaskedPicture result = apply(arguments.in, source, [&](auto* src, auto* srcMask, auto* dst, auto* dstMask) {
-    return srcMask == nullptr ? plain(src, dst, radius[0], radius[1])
-                              : masked(src, srcMask, dst, dstMask, radius[0], radius[1]);
+  const binomial_params params = {.x_radius = radius[0], .y_radius = radius[1]};
+  const rect size = {0, 0, source.picture.width, source.picture.height};
+  const MaskedPicture result = make(arguments.in, source, size, [&](auto src, auto mask, auto dst, auto dstMask) {
+    return mask.is_empty() ? try_binomial(src, dst, params)
+                           : try_binomial(src, mask, dst, dstMask, params, mask_meaning::weight);
   });
   outputs.write(result.picture);
   if (!arguments.masks.maskOut.empty()) outputs.write(*result.mask);

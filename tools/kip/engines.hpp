@@ -6,7 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "kip/cpp/level.hpp"
+
 namespace kip::tool {
+
+// What the library sees. Throws Error when the host cannot tell.
+ksys_cpuinfo askProcessor();
 
 struct EngineState {
   std::string name;
@@ -16,7 +21,7 @@ struct EngineState {
 // The engines and whether they serve on this processor, tried out. Not while other threads use the library.
 std::vector<EngineState> listEngines();
 
-// Holds the library to "portable", level "1" or level "2" from now on. Throws Error when the processor lacks it.
+// Holds the library to the level of that name from now on. Throws Error when the processor lacks it.
 void forceLevel(const std::string& level);
 
 // The engines of unmasked 8-bit requests, and those of masked and 16-bit ones.

@@ -5,9 +5,7 @@
 #include "commands.hpp"
 #include "engines.hpp"
 #include "error.hpp"
-#include "kip/host/ksys.h"
 #include "kip/version.h"
-#include "status_text.hpp"
 
 namespace kip::tool {
 namespace {
@@ -25,9 +23,7 @@ constexpr Feature kFeatures[] = {
 };
 
 void printInfo() {
-  ksys_cpuinfo processor;
-  const ksys_status status = ksys_cpuinfo_init(&processor);
-  if (status < 0) throw Error("processor information: " + statusText(status));
+  const ksys_cpuinfo processor = askProcessor();
   std::printf("kip %s\n\nprocessor: vendor %" PRId32 ", features 0x%08" PRIX32 "\n", kip_version(), processor.vendor,
               static_cast<uint32_t>(processor.features));
   for (const Feature& feature : kFeatures) {

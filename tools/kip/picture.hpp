@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "error.hpp"
+#include "kip/cpp/view.hpp"
 
 namespace kip::tool {
 
@@ -65,6 +66,15 @@ struct Picture : PictureSize {
   const uint8_t* row(int32_t y) const {
     const auto* bytes = depth == 8 ? pixels8.data() : reinterpret_cast<const uint8_t*>(pixels16.data());
     return bytes + static_cast<size_t>(y) * rowSize();
+  }
+  // Pixels of the size that `depth` tells.
+  template <pixel Pixel>
+  kip::view<Pixel> view() {
+    return {reinterpret_cast<Pixel*>(row(0)), width, height};
+  }
+  template <pixel Pixel>
+  kip::view<const Pixel> view() const {
+    return {reinterpret_cast<const Pixel*>(row(0)), width, height};
   }
   uint32_t at(int32_t x, int32_t y) const {
     const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x);

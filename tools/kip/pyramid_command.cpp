@@ -33,7 +33,7 @@ void runPyramid(const Arguments& arguments) {
   std::vector<MaskedPicture> pictures;
   pictures.push_back({readInput(arguments.in), std::nullopt});
   if (levels == 0) levels = defaultLevels(pictures[0].picture);
-  refuseMissingLevels(arguments.in, pictures[0].picture, Axes::both, levels);
+  refuseMissingLevels(arguments.in, pictures[0].picture, axes::both, levels);
 
   NewFolder folder(arguments.folder);
   Outputs outputs;
@@ -42,7 +42,7 @@ void runPyramid(const Arguments& arguments) {
   outputs.addSheet(path / "sheet.png");
 
   for (int32_t level = 1; level <= levels; ++level) {
-    pictures.push_back(reduce(arguments.in, pictures.back(), Axes::both));
+    pictures.push_back(reduce(arguments.in, pictures.back(), axes::both));
     outputs.write(pictures.back().picture);
   }
   std::vector<SheetEntry> entries;

@@ -19,19 +19,19 @@ struct Arguments {
 
 void runReduce(const Arguments& arguments) {
   const int32_t levels = parseCount("--levels", arguments.levels, 1, kMaxLevels);
-  const Axes axes = arguments.x ? Axes::x : arguments.y ? Axes::y : Axes::both;
+  const axes along = arguments.x ? axes::x : arguments.y ? axes::y : axes::both;
   Outputs outputs;
   outputs.add(arguments.out);
   if (!arguments.masks.maskOut.empty()) outputs.add(arguments.masks.maskOut);
 
   Sources sources({arguments.in, arguments.masks.mask, ""});
   const PictureSize& size = sources.size();
-  refuseMissingLevels(arguments.in, size, axes, levels);
-  const int32_t xHalvings = axes == Axes::y ? 0 : levels, yHalvings = axes == Axes::x ? 0 : levels;
-  const BandRule rule = makeReductionRule(sources, axes, levels);
+  refuseMissingLevels(arguments.in, size, along, levels);
+  const int32_t xHalvings = along == axes::y ? 0 : levels, yHalvings = along == axes::x ? 0 : levels;
+  const BandRule rule = makeReductionRule(sources, along, levels);
   const auto work = [&](SourcePictures& source, Rows sourceRows, Rows) -> BandResult {
-    MaskedPicture result = reduce(arguments.in, source, axes);
-    for (int32_t level = 1; level < levels; ++level) result = reduce(arguments.in, result, axes);
+    MaskedPicture result = reduce(arguments.in, source, along);
+    for (int32_t level = 1; level < levels; ++level) result = reduce(arguments.in, result, along);
     return {std::move(result), sourceRows.begin >> yHalvings};
   };
   processBands(rule, cutIntoBands(rule, sources, arguments.memory), sources,

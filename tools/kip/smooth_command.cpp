@@ -5,7 +5,6 @@
 
 #include "commands.hpp"
 #include "inputs.hpp"
-#include "kip/cpp/stddev.hpp"
 #include "numbers.hpp"
 #include "outputs.hpp"
 #include "sheet.hpp"
@@ -31,7 +30,7 @@ Picture makeSmoothSheet(const Picture& before, const BandResult& after, const Sm
 
 // Which sigma it is, and which standard deviation that one has.
 void reportKernel(const SmoothRequest& request) {
-  const double x = stddev_of(request.params.xSigma), y = stddev_of(request.params.ySigma);
+  const double x = stddev_of(request.params.x_sigma), y = stddev_of(request.params.y_sigma);
   char deviation[80];
   std::snprintf(deviation, sizeof deviation, x == y ? "%.2f" : "%.2f,%.2f", x, y);
   say("sigma " + request.sigmaText() + ", standard deviation " + deviation + " pixels");
@@ -154,8 +153,14 @@ void addSmoothCommand(CLI::App& app) {
   addMaskOutOption(*command, arguments->masks);
   command->add_option("--threads", arguments->threads, "Threads of --mask, 1 to 256; 0: one for each processor")
       ->capture_default_str();
-  command->add_option("--level", arguments->level, "Hold the library to an engine: portable, 1 (SSE2) or 2 (AVX2)")
-      ->check(CLI::IsMember({"portable", "1", "2"}));
+  std::vector<std::string> levelNames;
+  std::string levelTitles;
+  for (const kip_level& level : levels()) {
+    levelNames.emplace_back(level.name);
+    levelTitles += (levelTitles.empty() ? "" : ", ") + std::string(level.title);
+  }
+  command->add_option("--level", arguments->level, "Hold the library to one: " + levelTitles)
+      ->check(CLI::IsMember(levelNames));
   addMemoryOption(*command, arguments->memory);
   command->add_option("--sheet", arguments->sheet, "Write IN, OUT and the result's mask side by side to this PNG file");
   command->add_flag("--verbose", arguments->verbose,

@@ -4,7 +4,6 @@
 #include "engines.hpp"
 #include "error.hpp"
 #include "kip/host/kjob.h"
-#include "library_image.hpp"
 #include "numbers.hpp"
 
 namespace kip::tool {
@@ -27,28 +26,20 @@ void refuseContradictions(const SmoothArguments& arguments) {
 }  // namespace
 
 std::string SmoothRequest::sigmaText() const {
-  const std::string x = std::to_string(params.xSigma), y = std::to_string(params.ySigma);
+  const std::string x = std::to_string(params.x_sigma), y = std::to_string(params.y_sigma);
   return x == y ? x : x + "," + y;
 }
 
 SmoothRequest parseSmoothRequest(const SmoothArguments& arguments) {
-  SmoothRequest request{};
-  check("parameters", kip_gaussParams_init(&request.params));
   if (!arguments.sigma && !arguments.stddev) throw UsageError("--sigma is required, or --stddev in its place");
   const auto sigma =
       arguments.sigma ? parsePair("--sigma", *arguments.sigma, 0) : parseStddev("--stddev", *arguments.stddev);
   const auto sample = parsePair("--sample", arguments.sample, 1);
-  request.params.xSigma = sigma[0];
-  request.params.ySigma = sigma[1];
-  request.params.xSample = sample[0];
-  request.params.ySample = sample[1];
-  request.params.scale = parsePositive("--scale", arguments.scale);
-  request.params.roundResult = arguments.truncate ? 0 : 1;
-  request.params.filterMask.allowMaskedSample = arguments.allowMaskedSample ? 1 : 0;
-  if (!arguments.coverage.empty()) {
-    request.params.filterMask.useCoverage = 1;
-    request.params.filterMask.minCoverage = parseFraction("--coverage", arguments.coverage);
-  }
+  SmoothRequest request{};
+  request.params = {sigma[0],          sigma[1], sample[0], sample[1], parsePositive("--scale", arguments.scale),
+                    arguments.truncate};
+  request.rule.allow_masked_sample = arguments.allowMaskedSample;
+  if (!arguments.coverage.empty()) request.rule.min_coverage = parseFraction("--coverage", arguments.coverage);
   if (!arguments.roi.empty()) {
     const auto roi = parseRectangle("--roi", arguments.roi);
     request.roi = {roi[0], roi[1], roi[2], roi[3]};

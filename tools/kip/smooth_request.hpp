@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "kip/params.h"
+#include "kip/cpp/smooth.hpp"
 #include "mask_options.hpp"
 #include "memory_option.hpp"
 
@@ -26,8 +26,9 @@ struct SmoothRequest {
   // "4", or "4,2" of x and y.
   std::string sigmaText() const;
 
-  kip_gaussParams params;
-  std::optional<ksIRegion> roi;
+  smooth_params params;
+  mask_rule rule;  // but for the sample mask
+  std::optional<rect> roi;
   int32_t threads;  // 0: one for each processor
 };
 

@@ -7,10 +7,7 @@
 
 #include "engines.hpp"
 #include "error.hpp"
-#include "kip/gauss.h"
-#include "kip/geometry.h"
 #include "kip/host/kjob.h"
-#include "kip/masked.h"
 
 namespace kip::tool {
 namespace {
@@ -23,7 +20,7 @@ void refuseSource(const PictureSize& source, const SmoothRequest& request, const
   if (source.depth == 8 && !arguments.isMasked()) return;
   int32_t maxSigma = 0;
   check(arguments.in, (source.depth == 8 ? kip_gaussParamsGetMaxSigma : kip_gaussParamsGetMaxSigma16)(&maxSigma));
-  if (request.params.xSigma > maxSigma || request.params.ySigma > maxSigma) {
+  if (request.params.x_sigma > maxSigma || request.params.y_sigma > maxSigma) {
     const std::string option = arguments.sigma
                                    ? "--sigma " + *arguments.sigma
                                    : "--stddev " + *arguments.stddev + ", sigma " + request.sigmaText() + ",";
@@ -33,23 +30,16 @@ void refuseSource(const PictureSize& source, const SmoothRequest& request, const
 }
 
 // The pixels whose sample positions lie in the wanted part of the source.
-kstd_rect32 resultRectangle(const PictureSize& source, const SmoothRequest& request, const SmoothArguments& arguments) {
-  const kip_gaussParams& params = request.params;
-  const ksIRegion wanted = request.roi.value_or(ksIRegion{0, 0, source.width, source.height});
+rect resultRectangle(const PictureSize& source, const SmoothRequest& request, const SmoothArguments& arguments) {
+  const rect wanted = request.roi.value_or(rect{0, 0, source.width, source.height});
   const std::string subject = arguments.in + ":" + (request.roi ? " --roi " + arguments.roi : "");
   if (int64_t{wanted.x} + wanted.width > source.width || int64_t{wanted.y} + wanted.height > source.height) {
     throw Error(subject + " does not lie inside the picture of " + sizeText(source.width, source.height) + " pixels");
   }
-  ksIRegion region;
-  kfGaussGetDstReg(&wanted, &region, params.xSample, params.ySample, params.xSigma + 1, params.ySigma + 1);
-  if (region.width < 1 || region.height < 1) throw Error(subject + " holds no sample position: the result is empty");
-  return {region.x, region.y, region.width, region.height};
-}
-
-// Sums of doubles that are not exact depend on where they began.
-bool hasExactSums(const kip_gaussParams& params, int32_t depth) {
-  const double box = (params.xSigma + 1.0) * (params.ySigma + 1.0);
-  return (depth == 8 ? 255 : 65535) * box * box * box < 0x1p53;
+  rect result = {};
+  check(arguments.in, try_smoothed_rect(wanted, request.params, result));
+  if (result.width < 1 || result.height < 1) throw Error(subject + " holds no sample position: the result is empty");
+  return result;
 }
 
 // The library's fastest mask step takes 0 and 255 alone.
@@ -68,41 +58,35 @@ Smoothing::Smoothing(const SmoothRequest& request, const SmoothArguments& argume
   result_ = resultRectangle(source, request, arguments);
 }
 
+kip_parts Smoothing::parts() const {
+  const bool isMasked = !arguments_.masks.mask.empty();
+  return sources_.size().depth == 8 ? smoothing_parts<uint8_t>(request_.params, isMasked)
+                                    : smoothing_parts<uint16_t>(request_.params, isMasked);
+}
+
 BandRule Smoothing::rule() const {
-  const kip_gaussParams& params = request_.params;
+  const smooth_params& params = request_.params;
   const PictureSize& source = sources_.size();
-  BandRule rule{};
+  const kip_partAxis axis = parts().y;
+  BandRule rule = makeBandRule(axis, source.height);
   rule.result = {result_.y, result_.y + result_.height};
   if (!arguments_.sheet.empty()) {
     rule.whyWhole = "a sheet shows the whole picture";
-  } else if (!hasExactSums(params, source.depth)) {
+    rule.sourceOf = [whole = Rows{0, source.height}](Rows) { return whole; };
+  } else if (axis.isCut == 0) {
     rule.whyWhole = "sigmas as large need the whole picture";
   }
-  rule.sourceOf = [&, whole = Rows{0, source.height}, sample = params.ySample](Rows band) -> Rows {
-    if (!arguments_.sheet.empty()) return whole;
-    const kstd_rect32 picture = {0, 0, source.width, source.height};
-    const kstd_rect32 wanted = {result_.x, band.begin, result_.width, band.count()};
-    kstd_rect32 rows, destination, mirror, padding, needed;
-    check(arguments_.in, gauss_setup(&picture, &wanted, &params, &rows, &destination, &mirror, &padding, &needed));
-    // as many as engines ask for, also for a part of the picture that needs less
-    const int64_t least = 9 * int64_t{sample};
-    const int64_t end = std::min<int64_t>(source.height, std::max(rows.y + int64_t{rows.height}, rows.y + least));
-    const int64_t begin = std::clamp<int64_t>(end - least, 0, rows.y);
-    return {static_cast<int32_t>(begin - begin % sample), static_cast<int32_t>(end)};
-  };
-  // More rows than those that engines leave to others, and than the border of a kernel.
-  rule.leastRows = static_cast<int32_t>(std::max<int64_t>(40, 2 * int64_t{params.ySigma} / params.ySample + 2));
 
   const int64_t rowBytes = sources_.rowBytes();
   const bool isInParts = arguments_.isMasked() || source.depth == 16;
-  const int64_t sums = isInParts ? 32 * (int64_t{params.ySigma} + 1) : 0;
+  const int64_t sums = isInParts ? 32 * (int64_t{params.y_sigma} + 1) : 0;
   rule.fixedBytes = source.width * (64 + sums) * (isInParts ? threads() : 1);
-  // the library's image and a copy of it, and its copies of the sources
+  // and the library's copies of the sources
   const int64_t results = static_cast<int64_t>(size().rowSize()) + (arguments_.isMasked() ? result_.width : 0);
   const int64_t planes = source.depth == 16      ? rowBytes + 2 * int64_t{source.width}
                          : arguments_.isMasked() ? rowBytes
                                                  : 0;
-  rule.bytesPerRow = rowBytes + planes + 2 * results / params.ySample + 1;
+  rule.bytesPerRow = rowBytes + planes + results / params.y_sample + 1;
   return rule;
 }
 
@@ -111,58 +95,37 @@ int32_t Smoothing::threads() const {
   return request_.threads != 0 ? request_.threads : std::max(processors, 1);
 }
 
-// The library cuts a masked request for its threads, and leaves parts of less than ten rows to another engine.
-void Smoothing::limitThreads(Rows band) const {
-  int32_t count = threads();
-  while (count > 1 && int64_t{count} * (count + 9) > band.count()) --count;
-  ksys_jobThreads_setMaximum(count);
-}
-
 BandResult Smoothing::smooth(SourcePictures& source, Rows sourceRows, Rows band) {
   makeBinary(source.mask);
   makeBinary(source.sampleMask);
-  limitThreads(band);
-  const Image image(source.picture);
-  std::optional<Image> mask, sampleMask;
-  if (source.mask) mask.emplace(*source.mask);
-  if (source.sampleMask) sampleMask.emplace(*source.sampleMask);
-  const auto recordOf = [](const std::optional<Image>& of) { return of ? &of->record : nullptr; };
-
-  // Unmasked 16-bit pictures too are smoothed by the masked function.
-  const bool isDeep = source.picture.depth == 16;
-  const auto plain = depth_ == 8 ? kip_gauss_smooth8_8 : kip_gauss_smooth8_16;
-  const auto masked = isDeep        ? kip_gauss_smoothMasked16_16
-                      : depth_ == 8 ? kip_gauss_smoothMasked8_8
-                                    : kip_gauss_smoothMasked8_16;
-  const auto call = [&](Image& result, Image& resultMask) {
-    if (!isDeep && !arguments_.isMasked()) return plain(&image.record, &result.record, &request_.params);
-    return masked(&image.record, recordOf(mask), recordOf(sampleMask), &request_.params, &result.record,
-                  arguments_.isMasked() ? &resultMask.record : nullptr);
-  };
-  // From row numbers of the sources' rows to those of the whole result.
-  const int32_t shift = sourceRows.begin / request_.params.ySample;
-  const auto bind = [&](Image& result) {
-    if (!request_.roi) return;
-    const kstd_rect32 rect = {result_.x, band.begin - shift, result_.width, band.count()};
-    check(arguments_.in, (depth_ == 8 ? kimg_image8_assignNewRect : kimg_image16_assignNewRect)(&result.record, &rect));
-  };
-  BandResult made = [&]() -> BandResult {
-    Image result, resultMask;
-    bind(result);
-    const auto start = std::chrono::steady_clock::now();
-    const ksys_status status = call(result, resultMask);
-    milliseconds_ += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    check(arguments_.in, status);
-    std::optional<Picture> madeMask;
-    if (arguments_.isMasked()) madeMask = copyPixels(resultMask.record);
-    return {{copyPixels(result.record), std::move(madeMask)}, result.record.y + shift};
-  }();
-  if (arguments_.verbose && band.end == result_.y + result_.height) {
-    engine_ = servingEngine(isDeep || source.mask ? EngineFamily::masked : EngineFamily::levels, [&] {
-      Image again, againMask;
-      bind(again);
-      (void)call(again, againMask);
+  ksys_jobThreads_setMaximum(kip_parts_threads(band.count(), threads()));
+  const rect from = {0, sourceRows.begin, source.picture.width, sourceRows.count()};
+  const rect to =
+      request_.roi ? rect{result_.x, band.begin, result_.width, band.count()} : smoothed_rect(from, request_.params);
+  const placement at = {{from.x, from.y}, {to.x, to.y}};
+  mask_rule rule = request_.rule;
+  rule.sample_mask = viewOf(std::as_const(source.sampleMask));
+  const auto call = [&](MaskedPicture& made) {
+    return withPixels(source.picture, made.picture, [&](auto src, auto dst) {
+      if (!arguments_.isMasked()) return try_smooth(src, dst, request_.params, at);
+      if (!source.mask) return try_smooth_sampled(src, rule.sample_mask, dst, viewOf(made.mask), request_.params, at);
+      return try_smooth_masked(src, viewOf(std::as_const(source.mask)), dst, viewOf(made.mask), request_.params, rule,
+                               at);
     });
+  };
+  const auto blank = [&](int32_t depth) { return Picture::make(to.width, to.height, depth); };
+  const auto make = [&]() -> BandResult {
+    return {{blank(depth_), arguments_.isMasked() ? std::optional(blank(8)) : std::nullopt}, to.y};
+  };
+  BandResult made = make();
+  const auto start = std::chrono::steady_clock::now();
+  const ksys_status status = call(made);
+  milliseconds_ += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+  check(arguments_.in, status);
+  if (arguments_.verbose && band.end == result_.y + result_.height) {
+    const bool isMaskedEngine = source.picture.depth == 16 || source.mask;
+    BandResult again = make();
+    engine_ = servingEngine(isMaskedEngine ? EngineFamily::masked : EngineFamily::levels, [&] { (void)call(again); });
   }
   return made;
 }

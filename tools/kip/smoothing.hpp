@@ -27,14 +27,14 @@ class Smoothing {
   const std::string& engine() const { return engine_; }
 
  private:
+  kip_parts parts() const;
   int32_t threads() const;
-  void limitThreads(Rows band) const;
 
   const SmoothRequest& request_;
   const SmoothArguments& arguments_;
   const Sources& sources_;
   int32_t depth_;
-  kstd_rect32 result_;
+  rect result_;
   double milliseconds_ = 0;
   std::string engine_;
 };

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "library_image.hpp"
 #include "picture_file.hpp"
+#include "pixels.hpp"
 
 namespace kip::tool {
 
