@@ -8,18 +8,6 @@
 namespace kip::tool {
 namespace {
 
-// Another processor for the time being.
-class Override {
- public:
-  explicit Override(const kip_level& other) : before_(askProcessor()) { set_level(other); }
-  ~Override() { ksys_cpuinfo_setOverride(before_.vendor, before_.features); }
-  Override(const Override&) = delete;
-  Override& operator=(const Override&) = delete;
-
- private:
-  ksys_cpuinfo before_;
-};
-
 // The sizes of the memory that a call takes.
 std::vector<uint64_t> traceCall(const std::function<void()>& call) {
   std::vector<uint64_t> sizes;
@@ -40,24 +28,19 @@ void smoothSample(bool truncate) {
 
 }  // namespace
 
-ksys_cpuinfo askProcessor() {
-  ksys_cpuinfo info;
-  check("processor information", ksys_cpuinfo_init(&info));
-  return info;
-}
-
 std::vector<EngineState> listEngines() {
   std::vector<EngineState> engines = {{levels().front().title, "usable, serves every request"}};
   for (const kip_level& level : levels().subspan(1)) {
     std::string state = "the processor lacks it";
     if (is_offered(level)) {
-      const Override forced(level);
+      set_level(level);
       const auto serves = [&](bool truncate) {
         return servingEngine(EngineFamily::levels, [&] { smoothSample(truncate); }) == level.title;
       };
       state = !serves(true)   ? "not part of this library"
               : serves(false) ? "usable"
                               : "usable; 8-bit pictures without a mask: with --truncate only";
+      clear_level();
     }
     engines.push_back({level.title, state});
   }

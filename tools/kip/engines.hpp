@@ -6,19 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "kip/cpp/level.hpp"
-
 namespace kip::tool {
-
-// What the library sees. Throws Error when the host cannot tell.
-ksys_cpuinfo askProcessor();
 
 struct EngineState {
   std::string name;
   std::string state;
 };
 
-// The engines and whether they serve on this processor, tried out. Not while other threads use the library.
+// The engines and whether they serve on this processor, tried out: afterwards the library is held to none. Not while
+// other threads use it.
 std::vector<EngineState> listEngines();
 
 // Holds the library to the level of that name from now on. Throws Error when the processor lacks it.

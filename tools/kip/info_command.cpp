@@ -4,8 +4,8 @@
 
 #include "commands.hpp"
 #include "engines.hpp"
-#include "error.hpp"
 #include "kip/version.h"
+#include "pixels.hpp"
 
 namespace kip::tool {
 namespace {
@@ -23,7 +23,8 @@ constexpr Feature kFeatures[] = {
 };
 
 void printInfo() {
-  const ksys_cpuinfo processor = askProcessor();
+  ksys_cpuinfo processor;
+  check("processor information", ksys_cpuinfo_init(&processor));
   std::printf("kip %s\n\nprocessor: vendor %" PRId32 ", features 0x%08" PRIX32 "\n", kip_version(), processor.vendor,
               static_cast<uint32_t>(processor.features));
   for (const Feature& feature : kFeatures) {

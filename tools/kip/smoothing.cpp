@@ -58,16 +58,12 @@ Smoothing::Smoothing(const SmoothRequest& request, const SmoothArguments& argume
   result_ = resultRectangle(source, request, arguments);
 }
 
-kip_parts Smoothing::parts() const {
-  const bool isMasked = !arguments_.masks.mask.empty();
-  return sources_.size().depth == 8 ? smoothing_parts<uint8_t>(request_.params, isMasked)
-                                    : smoothing_parts<uint16_t>(request_.params, isMasked);
-}
-
 BandRule Smoothing::rule() const {
   const smooth_params& params = request_.params;
   const PictureSize& source = sources_.size();
-  const kip_partAxis axis = parts().y;
+  const bool isMasked = !arguments_.masks.mask.empty();
+  const kip_partAxis axis =
+      (source.depth == 8 ? smoothing_parts<uint8_t> : smoothing_parts<uint16_t>)(params, isMasked).y;
   BandRule rule = makeBandRule(axis, source.height);
   rule.result = {result_.y, result_.y + result_.height};
   if (!arguments_.sheet.empty()) {
@@ -98,10 +94,10 @@ int32_t Smoothing::threads() const {
 BandResult Smoothing::smooth(SourcePictures& source, Rows sourceRows, Rows band) {
   makeBinary(source.mask);
   makeBinary(source.sampleMask);
-  ksys_jobThreads_setMaximum(kip_parts_threads(band.count(), threads()));
   const rect from = {0, sourceRows.begin, source.picture.width, sourceRows.count()};
   const rect to =
       request_.roi ? rect{result_.x, band.begin, result_.width, band.count()} : smoothed_rect(from, request_.params);
+  ksys_jobThreads_setMaximum(kip_parts_threads(to.height, threads()));
   const placement at = {{from.x, from.y}, {to.x, to.y}};
   mask_rule rule = request_.rule;
   rule.sample_mask = viewOf(std::as_const(source.sampleMask));
@@ -113,18 +109,15 @@ BandResult Smoothing::smooth(SourcePictures& source, Rows sourceRows, Rows band)
                                at);
     });
   };
-  const auto blank = [&](int32_t depth) { return Picture::make(to.width, to.height, depth); };
-  const auto make = [&]() -> BandResult {
-    return {{blank(depth_), arguments_.isMasked() ? std::optional(blank(8)) : std::nullopt}, to.y};
-  };
-  BandResult made = make();
+  BandResult made{{Picture::make(to.width, to.height, depth_), std::nullopt}, to.y};
+  if (arguments_.isMasked()) made.mask = Picture::make(to.width, to.height, 8);
   const auto start = std::chrono::steady_clock::now();
   const ksys_status status = call(made);
   milliseconds_ += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
   check(arguments_.in, status);
   if (arguments_.verbose && band.end == result_.y + result_.height) {
     const bool isMaskedEngine = source.picture.depth == 16 || source.mask;
-    BandResult again = make();
+    BandResult again = made;
     engine_ = servingEngine(isMaskedEngine ? EngineFamily::masked : EngineFamily::levels, [&] { (void)call(again); });
   }
   return made;

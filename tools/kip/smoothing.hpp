@@ -27,7 +27,6 @@ class Smoothing {
   const std::string& engine() const { return engine_; }
 
  private:
-  kip_parts parts() const;
   int32_t threads() const;
 
   const SmoothRequest& request_;
