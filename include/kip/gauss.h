@@ -1,5 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Gaussian smoothing of 8-bit images into 8-bit or 16-bit images.
+/* Gaussian smoothing of 8-bit images into 8-bit or 16-bit images: for those who smooth without masks. Begin at
+ * kip_gauss_smooth8_8 with parameters from kip_gaussParams_init (params.h). Images of 16 bits, and masks: masked.h. The
+ * pixels are defined here:
  *
  * Destination pixel u (columns and rows alike) is the weighted mean of the source pixels around source position
  *     d(u) = u S + floor(S / 2) + (S & k & 1) - 1,      S: sample factor, k = sigma + 1,

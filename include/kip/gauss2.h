@@ -1,5 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* Reduction by two, one level of an image pyramid, and smoothing without sampling, both with the binomial kernel
+/* For those who build pyramids or smooth with small fixed weights. Begin at kip_gauss2_smooth8_8, which halves an
+ * image.
+ *
+ * Reduction by two, one level of an image pyramid, and smoothing without sampling, both with the binomial kernel
  * 1 4 6 4 1 and in exact integers. In a name, 8_8 is for 8-bit and 16_16 for 16-bit source and destination; masks are
  * always 8-bit.
  *

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The window geometry of masked smoothing: which source pixels a destination rectangle takes, how far the kernel
- * reaches past them, and how a request is cut into bands.
+ * reaches past them, and how a request is cut into bands. Few programs need it: for rectangles begin at
+ * kfGaussGetDstReg (gauss.h), for parts of pictures at parts.h; here at gauss_setup.
  *
  * Rectangles are in pixel coordinates, those of the source or those of the destination (gauss.h says how the two are
  * tied). A padding or mirror rectangle holds reaches instead: x = -(columns to the left), y = -(rows above),

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* kipgauss: every public header of the library and of its host. */
+/* kipgauss: every public header of the library and of its host, for C; kip.hpp is the one for C++. Read gauss.h first:
+ * kip_gauss_smooth8_8, and what a pixel is. */
 #ifndef KIP_KIP_H
 #define KIP_KIP_H
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// kipgauss for C++20: header-only over the C interface (kip.h). Link with libkipgauss and libkiphost.
+// kipgauss for C++20: header-only over the C interface (kip.h). Link with libkipgauss and libkiphost. Begin at
+// kip::smooth in cpp/smooth.hpp; gauss.h, masked.h and gauss2.h define the pixels.
 //
 //   kip::view<Pixel>     pixels in the caller's memory        kip::image<Pixel>   pixels of its own
 //   kip::smooth, kip::smooth_masked, kip::result_mask         Gaussian smoothing, with down-sampling and masks

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* Gaussian smoothing that ignores the pixels which a mask marks invalid: of 8-bit images into 8-bit or 16-bit ones and
- * of 16-bit images into 16-bit ones. Masks have 8 bits throughout.
+ * of 16-bit images into 16-bit ones. Masks have 8 bits throughout. For those who have masks, or 16-bit images. Begin at
+ * kip_gauss_smoothMasked8_8; which pixels a kernel takes is in gauss.h, what becomes of them is defined here:
  *
  * Source mask: the pixels to use. Each output is the weighted mean of the valid pixels under the kernel, mirrored at
  * the source's border (beyond one reflection there are no valid pixels). Masks hold 0 (invalid) and 255 (valid); of

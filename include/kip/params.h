@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The parameters of a smoothing request. */
+/* The parameters of a smoothing request: for every caller of gauss.h and masked.h, which define the pixels. Begin at
+ * kip_gaussParams and kip_gaussParams_init. */
 #ifndef KIP_PARAMS_H
 #define KIP_PARAMS_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Failures: a status, what it means, and the exception that carries both.
+// Failures: a status, what it means, and the exception that carries both. Begin at kip::error.
 #pragma once
 
 #include <cstdio>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Images that own their pixels.
+// Images that own their pixels, as results do. Begin at kip::image; view.hpp is for pixels that you have already.
 #pragma once
 
 #include <memory>

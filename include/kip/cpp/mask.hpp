@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What masks mean.
+// What masks mean, for smooth.hpp and reduce.hpp. Begin at kip::mask_rule.
 #pragma once
 
 #include <optional>

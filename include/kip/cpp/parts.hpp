@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // How pictures are cut into parts that together have the pixels of the whole; ../parts.h says what the numbers mean.
+// Begin at kip::smoothing_parts.
 #pragma once
 
 #include "../parts.h"

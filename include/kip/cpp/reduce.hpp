@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Reduction by two, image pyramids and smoothing without sampling, all with the binomial kernel 1 4 6 4 1; ../gauss2.h
-// says what the pixels are.
+// says what the pixels are. Begin at kip::reduce, kip::pyramid and kip::binomial.
 //
 // Sources are views or images of 8 or 16 bits, and results have the same. The functions named try_ write into the
 // caller's views, which have exactly the size that is computed, and return a status; the others return new images, and

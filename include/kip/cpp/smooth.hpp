@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Gaussian smoothing, with and without masks; ../gauss.h and ../masked.h say what the pixels are.
+// Gaussian smoothing, with and without masks; ../gauss.h and ../masked.h say what the pixels are. Begin at kip::smooth
+// and kip::smooth_params.
 #pragma once
 
 #include "../gauss.h"

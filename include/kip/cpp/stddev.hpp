@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sigmas and standard deviations: a sigma is the width of a box less one, not the standard deviation of the kernel.
+// Begin at kip::stddev.
 #pragma once
 
 #include <cmath>

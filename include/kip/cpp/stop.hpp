@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Stopping calls that run.
+// Stopping calls that run. Begin at kip::stop_when.
 #pragma once
 
 #include <concepts>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Views: pixels in somebody else's memory.
+// Views: pixels in somebody else's memory, as sources mostly are. Begin at kip::view.
 #pragma once
 
 #include <concepts>

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The host's image library: images, windows, legacy images and the conversions between them.
+/* The host's image library: images, windows, legacy images and the conversions between them. For callers, who hand
+ * images over: begin at kimg_image8_constructFromMemory and kimg_image_constructUnbound.
  *
  * Pixels are 8 or 16 bits. A pixel (x, y) covers the square [x, x+1) x [y, y+1) of its image's pixel coordinates. A
  * rectangle's last column and row, x + width and y + height, must fit in 32 bits.

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The host's job library: a group of worker threads that runs a set of jobs. */
+/* The host's job library: a group of worker threads that runs a set of jobs. For hosts; callers need no more of it than
+ * ksys_jobThreads_setMaximum. */
 #ifndef KIP_HOST_KJOB_H
 #define KIP_HOST_KJOB_H
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The host's math library: legacy and double-precision transforms, transform handles and numeric helpers. */
+/* The host's math library: legacy and double-precision transforms, transform handles and numeric helpers. For
+ * hosts, and for callers who give images client coordinates: begin at kmath_xformPtrhConst_constructLinear. */
 #ifndef KIP_HOST_KMATH_H
 #define KIP_HOST_KMATH_H
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* The host's pixel library: whole-window operations. */
+/* The host's pixel library: whole-window operations. For hosts; the library calls it. Begin at kip_pelCopyWindow8. */
 #ifndef KIP_HOST_KPEL_H
 #define KIP_HOST_KPEL_H
 

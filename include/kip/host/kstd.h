@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The host's standard-types library: rectangles, vectors, legacy regions, the argument-check report and the
- * optimization-inhibit switch. All outputs may be the same record as an input. */
+ * optimization-inhibit switch. All outputs may be the same record as an input. For hosts, and for callers who
+ * handle rectangles: begin at kstd_rect32. */
 #ifndef KIP_HOST_KSTD_H
 #define KIP_HOST_KSTD_H
 

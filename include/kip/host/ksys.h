@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The host's system library: statuses, memory, the clean-up executor, the argument-check report, cancellation and
- * processor information. All operations may be called from any thread. */
+ * processor information. All operations may be called from any thread. For hosts; callers begin at ksys_status, and at
+ * ksys_attention_setHandler to cancel. */
 #ifndef KIP_HOST_KSYS_H
 #define KIP_HOST_KSYS_H
 
