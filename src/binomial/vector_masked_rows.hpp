@@ -326,13 +326,13 @@ KIP_ROW void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const mask
   cover<2 * lanes>(
       0, eights, eights,
       [=](int64_t x) {
-        Vec even = all32(0), odd = all32(0), weight = all32(0);
+        Vec even = all32(0), both = all32(0), weight = all32(0);
         const auto addRow = [&](int k, int16_t tap) {
           const Vec weighted = multiply16(loadBytes(weights.at[k] + x), all16(tap)),
                     words = signedWords(pixels.at[k] + x);
           weight = add16(weight, weighted);
           even = add32(even, multiplyPairs16(bitAnd(weighted, all32(0xFFFF)), words));
-          odd = add32(odd, multiplyPairs16(bitAnd(weighted, all32(-0x10000)), words));
+          both = add32(both, multiplyPairs16(weighted, words));
         };
         addRow(0, 1);
         addRow(1, 4);
@@ -341,7 +341,7 @@ KIP_ROW void maskedPass1x5(const Pixel* const rows[5], const uint8_t* const mask
         addRow(4, 1);
         const Vec evenWeight = bitAnd(weight, all32(0xFFFF)), oddWeight = shiftRight32<16>(weight);
         storePixels(dst + x, mergeWords(quotient<Pixel>(unsignedSum<Pixel>(even, evenWeight), evenWeight),
-                                        quotient<Pixel>(unsignedSum<Pixel>(odd, oddWeight), oddWeight)));
+                                        quotient<Pixel>(unsignedSum<Pixel>(sub32(both, even), oddWeight), oddWeight)));
         storeBytes(dstMask + x, roundedWeights(weight));
       },
       [=](int64_t begin, int64_t end) {

@@ -18,16 +18,12 @@ namespace {
 template <typename Pixel>
 constexpr int64_t pixelsOf = int64_t{sizeof(Vec) / sizeof(Pixel)};
 
-// Vectors that a turn of a loop takes: the masked kernels go along more rows than there are registers for addresses.
-constexpr int perTurn = 32 / sizeof(Vec);
-
 // Calls step(at) for steps of Size outputs over [begin, end), the last one moved back to end there, and
 // formula(from, to) for a row's other outputs; for all of them when there is no room for a step.
 template <int64_t Size, typename Step, typename Formula>
 void cover(int64_t begin, int64_t end, int64_t count, Step step, Formula formula) {
   if (end - begin < Size) return formula(0, count);
   int64_t at = begin;
-#pragma GCC unroll perTurn
   for (; at + Size <= end; at += Size) step(at);
   if (at < end) step(end - Size);
   formula(0, begin);
@@ -148,7 +144,6 @@ void alongRow(int64_t end, int64_t width, Step step) {
   constexpr int64_t size = pixelsOf<Pixel>;
   step.template operator()<Place::first>(0);
   int64_t x = size;
-#pragma GCC unroll perTurn
   for (; x + size + 2 <= width; x += size) step.template operator()<Place::inner>(x);
   for (; x < end; x += size) step.template operator()<Place::last>(x + size < end ? x : end - size);
 }
