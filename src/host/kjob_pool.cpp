@@ -10,6 +10,7 @@
 #include <new>
 #include <thread>
 
+#include "fork.hpp"
 #include "status.hpp"
 
 namespace kiphost {
@@ -18,13 +19,16 @@ namespace {
 
 std::atomic<int32_t> maximumThreads{0};
 
+std::mutex mutex;
+using Lock = GuardedLock<mutex>;
+
 class Pool {
  public:
   void run(const Job* first, int32_t count, ksys_status* statuses) {
     const int32_t helpers = std::min(jobThreads(), count) - 1;
     startWorkers(helpers);
     Batch batch{first, statuses, helpers, innermost_};
-    std::unique_lock lock(mutex_);
+    Lock lock;
     innermost_ = &batch;
     Batch** last = &batches_;
     while (*last != nullptr) last = &(*last)->next;
@@ -39,9 +43,6 @@ class Pool {
     batch.done.wait(lock, [&batch] { return batch.helpers == 0; });
   }
 
-  // The lock is held across a fork, so that the child finds the list in order.
-  void beforeFork() { mutex_.lock(); }
-  void afterForkInParent() { mutex_.unlock(); }
   // The thread that forked is alone: there are no workers, nobody waits, and of the sets only its own, in whose jobs it
   // is, go on. Those of others lie in stacks that may be used anew.
   void afterForkInChild() {
@@ -54,7 +55,6 @@ class Pool {
       batch->next = batches_;
       batches_ = batch;
     }
-    mutex_.unlock();
   }
 
  private:
@@ -86,7 +86,7 @@ class Pool {
   }
 
   void work() {
-    std::unique_lock lock(mutex_);
+    Lock lock;
     const int64_t forks = forks_;
     for (;;) {
       Batch* const batch = findWork();
@@ -123,14 +123,13 @@ class Pool {
     return job;
   }
 
-  static ksys_status runUnlocked(const Job& job, std::unique_lock<std::mutex>& lock) {
+  static ksys_status runUnlocked(const Job& job, Lock& lock) {
     lock.unlock();
     const ksys_status status = job.function(&job.params);
     lock.lock();
     return status;
   }
 
-  std::mutex mutex_;
   std::condition_variable work_;
   Batch* batches_ = nullptr;
   int64_t forks_ = 0;  // from the process that first used the pool to this one
@@ -147,8 +146,10 @@ Pool& pool() {
   return *instance;
 }
 
-[[maybe_unused]] const int atForks =
-    pthread_atfork([] { pool().beforeFork(); }, [] { pool().afterForkInParent(); }, [] { pool().afterForkInChild(); });
+[[maybe_unused]] const int atForks = pthread_atfork(HeldAcrossFork<mutex>::before, HeldAcrossFork<mutex>::after, [] {
+  pool().afterForkInChild();
+  HeldAcrossFork<mutex>::after();
+});
 
 }  // namespace
 

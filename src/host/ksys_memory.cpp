@@ -30,7 +30,7 @@ Handler handler{};  // guarded by handlerMutex
 ksys_status askHandler(uint64_t bytes) {
   Handler current;
   {
-    const std::lock_guard lock(handlerMutex);
+    const kiphost::GuardedLock<handlerMutex> lock;
     current = handler;
   }
   return current.function != nullptr ? current.function(current.context, bytes) : 0;
@@ -133,6 +133,6 @@ void kxfFree(void* block) {
 }
 
 void ksys_memory_setHandler(ksys_memoryHandler function, void* context) {
-  const std::lock_guard lock(handlerMutex);
+  const kiphost::GuardedLock<handlerMutex> lock;
   handler = {function, context};
 }

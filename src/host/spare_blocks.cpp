@@ -32,7 +32,7 @@ std::array<Spare, kMost> spares{};  // guarded by mutex; the newest one first, n
 
 void* takeSpareBlock(uint64_t bytes) {
   if (bytes < kSmallest || bytes > kMostBytes) return nullptr;
-  const std::lock_guard lock(mutex);
+  const GuardedLock<mutex> lock;
   const auto found = std::find_if(spares.begin(), spares.end(), [bytes](const Spare& spare) {
     return spare.block != nullptr && bytes <= spare.bytes && spare.bytes <= 2 * bytes;
   });
@@ -49,7 +49,7 @@ bool keepSpareBlock(void* block) {
   // Blocks are freed without the lock, so that a fork, which takes it, never waits for malloc's.
   std::array<void*, kMost> dropped{};
   {
-    const std::lock_guard lock(mutex);
+    const GuardedLock<mutex> lock;
     dropped.back() = spares.back().block;
     std::move_backward(spares.begin(), spares.end() - 1, spares.end());
     spares.front() = {block, bytes};

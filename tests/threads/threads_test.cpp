@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Many threads on different functions at once, masked requests inside jobs of the host, and children forked meanwhile
-// that make masked requests on threads of their own; every result must be that of a single thread.
-// Usage: threads_test SECONDS
+// that make masked requests on threads of their own; every result must be that of a single thread. Before that, a
+// signal handler that forks interrupts calls wherever they are. Usage: threads_test SECONDS
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -124,6 +126,33 @@ void forkChildren(const std::vector<Work>& list, Counts& counts) {
   }
 }
 
+std::atomic_int forksInHandler = 0;
+
+void forkInHandler(int) {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  int ended = -1;
+  if (child > 0 && waitpid(child, &ended, 0) == child && ended == 0) ++forksInHandler;
+}
+
+// Calls are interrupted, many of them while they hold what the host guards. With other threads, malloc would be in the
+// way of such forks.
+void callWhileHandlersFork(const std::vector<Work>& list, Counts& counts) {
+  if (kChildren == 0) return;
+  alarm(20);  // ends a program that hangs
+  std::signal(SIGPROF, forkInHandler);
+  const itimerval often = {{0, 200}, {0, 200}}, never = {};
+  setitimer(ITIMER_PROF, &often, nullptr);
+  for (size_t i = 0; forksInHandler < kChildren && counts.failures == 0; ++i) {
+    const Work& work = list[i % list.size()];
+    counts.count(work, work.isDoneAgain());
+    for (int k = 0; k < 2000; ++k) counts.failures += obtainsMemory() ? 0 : 1;
+  }
+  setitimer(ITIMER_PROF, &never, nullptr);
+  std::signal(SIGPROF, SIG_IGN);
+  alarm(0);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -133,9 +162,10 @@ int main(int count, char** arguments) {
   }
   ksys_jobThreads_setMaximum(1);
   const std::vector<Work> list = drawWork();
+  Counts counts;
+  callWhileHandlersFork(list, counts);
   ksys_jobThreads_setMaximum(4);
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
-  Counts counts;
   std::atomic<bool> isForking = true;
   std::vector<std::thread> threads;
   for (uint64_t i = 0; i < 8; ++i) {

@@ -30,7 +30,8 @@ typedef void (*ksys_jobRelease)(void* recordVariable);
  * stay until the process ends. Sets may be dispatched from several threads at once and from jobs. A forked child starts
  * workers of its own and has the full service, whatever the threads of its parent were at. If a job forks, its child
  * loses the jobs that other threads are at (KSYS_STATUS_JOB_LOST); when the job ran on a worker, the child ends with
- * it, by exit(0). */
+ * it, by exit(0). For signal handlers POSIX has _Fork: a fork there does not hang on this library, but may on malloc
+ * once there are threads; where it interrupts a call, the child is to call nothing but _exit and the exec functions. */
 ksys_status ksys_jobThreadGroup_construct(ksys_jobThreadGroup* group);
 void ksys_jobThreadGroup_destruct(ksys_jobThreadGroup* group);
 /* The number of threads, the calling one included, that may work on a set that the calling thread dispatches: what
