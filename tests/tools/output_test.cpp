@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <deque>
@@ -24,11 +25,24 @@
 #include "run_kip.hpp"
 #include "unfinished.hpp"
 
-// Stands in for the C library's, so that a signal can come at a rename.
-static int signalOfRename = 0;
-extern "C" int rename(const char* from, const char* to) noexcept {
-  if (signalOfRename != 0) std::raise(signalOfRename);
+// Stand in for the C library's, so that a signal can come at a rename, and a file cannot be reached or removed.
+static std::function<void()> atRename;
+static int failureOfStat = 0, failureOfUnlink = 0;
+extern "C" {
+int rename(const char* from, const char* to) noexcept {
+  if (atRename) atRename();
   return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+int stat(const char* path, struct stat* status) noexcept {
+  if (failureOfStat == 0) return fstatat(AT_FDCWD, path, status, 0);
+  errno = failureOfStat;
+  return -1;
+}
+int unlink(const char* path) noexcept {
+  if (failureOfUnlink == 0) return unlinkat(AT_FDCWD, path, 0);
+  errno = failureOfUnlink;
+  return -1;
+}
 }
 
 namespace kip::test {
@@ -87,6 +101,34 @@ TEST(Output, ThroughALinkReplacesOrMakesWhatItPointsTo) {
   std::filesystem::create_symlink("link.pgm", folder / "link.pgm");
   EXPECT_THROW(tool::OutputFile(folder / "link.pgm"), tool::Error);
   EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.pgm"));
+}
+
+std::string failureOf(const std::string& name) {
+  try {
+    const tool::OutputFile file(name);
+  } catch (const tool::Error& error) {
+    return error.what();
+  }
+  return "is opened";
+}
+
+// As of a link of another user's in a folder that all may write.
+TEST(Output, GoesThroughNoLinkThatTheSystemRefuses) {
+  const Folder folder;
+  std::filesystem::create_symlink("absent", folder / "link");
+  failureOfStat = EACCES;
+  const std::string failure = failureOf(folder / "link");
+  failureOfStat = 0;
+  EXPECT_EQ(failure, folder / "link" + ": cannot write: Permission denied");
+
+  writeBytes(folder / "in", "P5\n3 1\n255\nabc");
+  const auto enterNowhere = [&] {
+    const std::string gone = folder / "gone";
+    if (mkdir(gone.c_str(), 0700) != 0 || chdir(gone.c_str()) != 0 || rmdir(gone.c_str()) != 0) _exit(9);
+  };
+  EXPECT_EQ(runKip({"smooth", folder / "in", "out.pgm", "--sigma", "0"}, enterNowhere).err,
+            "kip: out.pgm: cannot write: No such file or directory\n");
+  EXPECT_EQ(folder.names(), (Names{"in", "link"}));
 }
 
 // Without the rights of root, which owns what tests make.
@@ -178,12 +220,7 @@ TEST(Output, ThatMustNotBeWrittenIsRefused) {
   writeBytes(folder / "kept", "old");
   ASSERT_EQ(chmod((folder / "kept").c_str(), 0444), 0);
   const AsNobody nobody;
-  try {
-    const tool::OutputFile file(folder / "kept");
-    ADD_FAILURE() << "is opened";
-  } catch (const tool::Error& error) {
-    EXPECT_EQ(error.what(), folder / "kept" + ": cannot write: Permission denied");
-  }
+  EXPECT_EQ(failureOf(folder / "kept"), folder / "kept" + ": cannot write: Permission denied");
   EXPECT_EQ(folder.names(), Names{"kept"});
 }
 
@@ -242,21 +279,50 @@ TEST(Output, IsNotLeftWhenASignalEndsTheProgram) {
   }
 }
 
-// A signal comes while the first of two is moved.
+// A signal comes before the last of three is moved. One that is sent waits; a crash takes back what was moved.
 TEST(Output, IsWholeWhenASignalComesInTheMiddle) {
+  const auto expectWhole = [](int signal, bool isSent) {
+    SCOPED_TRACE(std::string(strsignal(signal)) + (isSent ? ", sent" : ""));
+    const Folder folder;
+    writeBytes(folder / "a", "old");
+    expectEnd(signal, [&] {
+      tool::NewFolder made(folder / "made");
+      const tool::SignalsHeld held;
+      tool::OutputFile a(folder / "a"), b(folder / "made/b"), c(folder / "made/c");
+      for (tool::OutputFile* file : {&a, &b, &c}) {
+        std::fputs("new", file->stream());
+        file->finish();
+      }
+      int moves = 0;
+      atRename = [&] {
+        if (++moves != 3) return;
+        if (isSent) kill(getpid(), signal);
+        if (!isSent) std::raise(signal);
+      };
+      tool::OutputFile::commit({&a, &b, &c});
+      made.keep();
+    });
+    EXPECT_EQ(readBytes(folder / "a"), isSent ? "new" : "old");
+    EXPECT_EQ(folder.names(), isSent ? (Names{"a", "made"}) : Names{"a"});
+    if (!isSent) return;
+    EXPECT_EQ(readBytes(folder / "made/b") + readBytes(folder / "made/c"), "newnew");
+  };
+  expectWhole(SIGTERM, true);
+  for (const int signal : {SIGABRT, SIGBUS, SIGSEGV, SIGSYS, SIGTRAP}) {
+    for (const bool isSent : {false, true}) expectWhole(signal, isSent);
+  }
+}
+
+TEST(Output, SaysWhenWhatItReplacedStays) {
   const Folder folder;
   writeBytes(folder / "a", "old");
-  expectEnd(SIGTERM, [&] {
-    tool::OutputFile a(folder / "a"), b(folder / "b");
-    for (tool::OutputFile* file : {&a, &b}) {
-      std::fputs("new", file->stream());
-      file->finish();
-    }
-    signalOfRename = SIGTERM;
-    tool::OutputFile::commit({&a, &b});
-  });
-  EXPECT_EQ(readBytes(folder / "a") + readBytes(folder / "b"), "newnew");
-  EXPECT_EQ(folder.names(), (Names{"a", "b"}));
+  tool::OutputFile a(folder / "a"), b(folder / "b");
+  for (tool::OutputFile* file : {&a, &b}) file->finish();
+  failureOfUnlink = EPERM;
+  testing::internal::CaptureStderr();
+  tool::OutputFile::commit({&a, &b});
+  failureOfUnlink = 0;
+  EXPECT_NE(testing::internal::GetCapturedStderr().find(".tmp.old: note: "), std::string::npos);
 }
 
 // What is meant for the user must not get into a file that got a closed stream's number.

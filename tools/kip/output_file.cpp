@@ -13,6 +13,7 @@
 
 #include "error.hpp"
 #include "file_rights.hpp"
+#include "message.hpp"
 #include "unfinished.hpp"
 
 namespace kip::tool {
@@ -20,30 +21,35 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Links are followed, one that leads nowhere yet to the place of the file that it names.
-fs::path follow(const std::string& name, std::error_code& error) {
-  fs::path path = fs::absolute(name);
-  for (int links = 0; fs::is_symlink(fs::symlink_status(path, error)); ++links) {
-    const fs::path to = fs::read_symlink(path, error);
-    if (links == 40) error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
-    if (error) return {};
-    path = path.parent_path() / to;
+constexpr char kKept[] = ".old";  // after the new file's temporary name, that of the one which it replaces
+
+// The file that a name stands for, which a link may lead to before it is there. Only such a link is read here: what the
+// kernel does not follow is not followed.
+fs::path follow(const std::string& name, bool exists, std::error_code& error) {
+  if (exists) return fs::canonical(name, error);
+  fs::path path = fs::absolute(name, error);
+  std::error_code none;
+  for (int links = 0; !error && links < 40 && fs::is_symlink(fs::symlink_status(path, none)); ++links) {
+    path = path.parent_path() / fs::read_symlink(path, error);
   }
+  if (error) return {};
   return fs::canonical(path.parent_path(), error) / path.filename();
 }
 
 }  // namespace
 
 OutputFile::OutputFile(const std::string& name) : name_(name) {
-  std::error_code error;
-  const fs::file_status status = fs::status(name, error);
-  if (fs::is_directory(status)) throw Error(name + ": is a directory");
+  struct stat old;
+  const bool exists = stat(name.c_str(), &old) == 0;
+  if (!exists && errno != ENOENT) fail();
+  if (exists && S_ISDIR(old.st_mode)) throw Error(name + ": is a directory");
   // A device or a pipe must not be replaced by a file.
-  if (fs::exists(status) && !fs::is_regular_file(status)) throw Error(name + ": is not a regular file");
-  target_ = follow(name, error);
+  if (exists && !S_ISREG(old.st_mode)) throw Error(name + ": is not a regular file");
+  std::error_code error;
+  target_ = follow(name, exists, error);
   if (error) throw Error(name + ": cannot write: " + error.message());
   // A folder that may be written would do to replace a file that may not.
-  if (fs::exists(status) && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fail();
+  if (exists && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) fail();
   open();
 }
 
@@ -84,20 +90,24 @@ void OutputFile::finish() {
 
 void OutputFile::commit(const std::vector<OutputFile*>& files) {
   const SignalsHeld held;
+  startMoves();
   try {
     for (OutputFile* file : files) file->moveOver(file != files.back());
   } catch (...) {
     for (OutputFile* file : files) file->takeBack();
     throw;
   }
+  finishMoves();
   for (OutputFile* file : files) file->dropPrevious();
 }
 
-void OutputFile::moveOver(bool keepsPrevious) {
+void OutputFile::moveOver(bool canBeTakenBack) {
   struct stat now;
-  if (lstat(target_.c_str(), &now) == 0) {
-    if (!S_ISREG(now.st_mode)) throw Error(name_ + ": is not a regular file any more");
-    if (keepsPrevious) keepPrevious();
+  const bool replaces = lstat(target_.c_str(), &now) == 0;
+  if (replaces && !S_ISREG(now.st_mode)) throw Error(name_ + ": is not a regular file any more");
+  if (canBeTakenBack) {
+    rememberMove(target_, replaces ? temporary_ + kKept : "");
+    if (replaces) keepPrevious();
   }
   if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail();
   forgetUnfinished(temporary_);
@@ -106,7 +116,7 @@ void OutputFile::moveOver(bool keepsPrevious) {
 
 // A second name lets the file stand where it is; not every file system has them.
 void OutputFile::keepPrevious() {
-  const std::string kept = temporary_ + ".old";
+  const std::string kept = temporary_ + kKept;
   if (link(target_.c_str(), kept.c_str()) != 0 && std::rename(target_.c_str(), kept.c_str()) != 0) fail();
   previous_ = kept;
 }
@@ -114,15 +124,20 @@ void OutputFile::keepPrevious() {
 void OutputFile::takeBack() {
   if (!previous_.empty()) {
     std::rename(previous_.c_str(), target_.c_str());
-    dropPrevious();  // still there when both were names of one file
+    unlink(previous_.c_str());  // still there when both were names of one file
+    previous_.clear();
   } else if (temporary_.empty()) {
     unlink(target_.c_str());
   }
+  forgetMove(target_);
 }
 
 void OutputFile::dropPrevious() {
-  if (!previous_.empty()) unlink(previous_.c_str());
+  if (!previous_.empty() && unlink(previous_.c_str()) != 0) {
+    say(previous_ + ": note: the file that was replaced, cannot be removed: " + std::strerror(errno));
+  }
   previous_.clear();
+  forgetMove(target_);
 }
 
 void OutputFile::fail() const {

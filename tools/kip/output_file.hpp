@@ -30,7 +30,7 @@ class OutputFile {
 
  private:
   void open();
-  void moveOver(bool keepsPrevious);
+  void moveOver(bool canBeTakenBack);
   void keepPrevious();
   void takeBack();
   void dropPrevious();

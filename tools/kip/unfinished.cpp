@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 
 namespace kip::tool {
@@ -25,26 +26,40 @@ constexpr int kCrashes[] = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SI
 
 // What a signal handler reads: plain memory and numbers without locks.
 static_assert(std::atomic_int::is_always_lock_free);
-struct Unfinished {
-  std::atomic_int used;
+enum Use { none, unfinished, moved };
+struct Entry {
+  std::atomic_int use;
   char path[PATH_MAX];
+  char kept[PATH_MAX];  // of a move
 };
-Unfinished unfinished[32];  // a pyramid has the most: its folder and a file for each level
-std::atomic_int held, waiting;
+Entry entries[32];  // a pyramid has the most: its folder, a file for each level and a move
+std::atomic_int held, waiting, movesAreFinished;
+
+void takeBackOrFinish(const Entry& move) {
+  if (movesAreFinished == 0) {
+    if (move.kept[0] == '\0') {
+      unlink(move.path);
+    } else {
+      std::rename(move.kept, move.path);
+    }
+  }
+  unlink(move.kept);  // also there when both were names of one file
+}
 
 void removeAndEnd(int signal) {
-  for (const Unfinished& entry : unfinished) {
-    if (entry.used != 0) unlink(entry.path);
+  for (const Entry& entry : entries) {
+    if (entry.use == unfinished) unlink(entry.path);
+    if (entry.use == moved) takeBackOrFinish(entry);
   }
-  for (const Unfinished& entry : unfinished) {
-    if (entry.used != 0) rmdir(entry.path);
+  for (const Entry& entry : entries) {
+    if (entry.use == unfinished) rmdir(entry.path);
   }
   std::signal(signal, SIG_DFL);
   std::raise(signal);  // takes effect on return
 }
 
 // It interrupts the main thread, or ends a program in which no other thread touches the files.
-void onEnd(int signal) {
+void onEnd(int signal, siginfo_t*, void*) {
   if (held == 0) {
     removeAndEnd(signal);
   } else {
@@ -52,12 +67,37 @@ void onEnd(int signal) {
   }
 }
 
-void handle(int signal, void (*handler)(int), int flags) {
+// What others send can wait; the program's own cannot, and neither can its abort.
+void onCrash(int signal, siginfo_t* cause, void* context) {
+  if (cause->si_code == SI_USER || cause->si_code == SI_QUEUE) {
+    onEnd(signal, cause, context);
+  } else {
+    removeAndEnd(signal);
+  }
+}
+
+void handle(int signal, void (*handler)(int, siginfo_t*, void*), int flags) {
   struct sigaction action {};
   if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
-  action.sa_handler = handler;
-  action.sa_flags = flags;
+  action.sa_sigaction = handler;
+  action.sa_flags = flags | SA_SIGINFO;
   sigaction(signal, &action, nullptr);
+}
+
+void remember(Use use, const std::string& path, const std::string& kept) {
+  for (Entry& entry : entries) {
+    if (entry.use != none || path.size() >= sizeof entry.path || kept.size() >= sizeof entry.kept) continue;
+    std::memcpy(entry.path, path.c_str(), path.size() + 1);
+    std::memcpy(entry.kept, kept.c_str(), kept.size() + 1);
+    entry.use = use;
+    return;
+  }
+}
+
+void forget(Use use, const std::string& path) {
+  for (Entry& entry : entries) {
+    if (entry.use == use && path == entry.path) entry.use = none;
+  }
 }
 
 }  // namespace
@@ -75,22 +115,31 @@ void prepareSignals() {
   }
   for (const int signal : kEnds) handle(signal, onEnd, SA_RESTART);
   for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) handle(signal, onEnd, SA_RESTART);
-  for (const int signal : kCrashes) handle(signal, removeAndEnd, SA_ONSTACK);
+  for (const int signal : kCrashes) handle(signal, onCrash, SA_ONSTACK);
 }
 
 void rememberUnfinished(const std::string& path) {
-  for (Unfinished& entry : unfinished) {
-    if (entry.used != 0 || path.size() >= sizeof entry.path) continue;
-    std::memcpy(entry.path, path.c_str(), path.size() + 1);
-    entry.used = 1;
-    return;
-  }
+  remember(unfinished, path, "");
 }
 
 void forgetUnfinished(const std::string& path) {
-  for (Unfinished& entry : unfinished) {
-    if (entry.used != 0 && path == entry.path) entry.used = 0;
-  }
+  forget(unfinished, path);
+}
+
+void startMoves() {
+  movesAreFinished = 0;
+}
+
+void rememberMove(const std::string& path, const std::string& kept) {
+  remember(moved, path, kept);
+}
+
+void finishMoves() {
+  movesAreFinished = 1;
+}
+
+void forgetMove(const std::string& path) {
+  forget(moved, path);
 }
 
 SignalsHeld::SignalsHeld() {

@@ -9,12 +9,19 @@ namespace kip::tool {
 // Those that are ignored stay so, and a file that outgrows its limit is an error of the write.
 void prepareSignals();
 
-// What is to be removed in that case, until it is forgotten: a file, or a folder if it is empty by then. Called by the
-// main thread, with the signals held from before it is made.
+// What is to be removed in that case, until it is forgotten: a file, or a folder if it is empty by then. These and
+// those below are called by the main thread, with the signals held from before it is made.
 void rememberUnfinished(const std::string& path);
 void forgetUnfinished(const std::string& path);
 
-// Signals that tell the program to end wait as long as one of these lives.
+// Several files that are moved to their names, all or none: a crash before the last move takes them back, to the file
+// that was kept or, where that name is empty, to none. After finishMoves it removes what was kept.
+void startMoves();
+void rememberMove(const std::string& path, const std::string& kept);
+void finishMoves();
+void forgetMove(const std::string& path);
+
+// Signals that tell the program to end wait as long as one of these lives, those of crashes too unless it is one.
 class SignalsHeld {
  public:
   SignalsHeld();
