@@ -55,15 +55,19 @@ void lockInterpreter(PyThreadState* thread) {
   }
 }
 
-// What arrives while the library computes. Python handles signals in its main thread alone, ten times a second here.
+// What arrives while the library computes. Python handles signals in its main thread alone, ten times a second here. A
+// handler may call the library, too: then signals are that call's, and so are errors of their handlers.
 class Signals {
  public:
-  explicit Signals(PyThreadState* thread) : thread_(thread) {}
+  explicit Signals(PyThreadState* thread) : thread_(thread), outer_(std::exchange(innermost, this)) {}
+  ~Signals() { innermost = outer_; }
+  Signals(const Signals&) = delete;
+  Signals& operator=(const Signals&) = delete;
 
   // Whether a handler raised, as that of Ctrl-C does.
   bool haveRaised() {
     const auto now = std::chrono::steady_clock::now();
-    if (hasError_ || now < next_) return hasError_;
+    if (hasError_ || now < next_ || innermost != this) return hasError_;
     next_ = now + kInterval;
     if (gettid() != getpid()) return false;
     lockInterpreter(thread_);
@@ -71,15 +75,18 @@ class Signals {
     PyEval_SaveThread();
     return hasError_;
   }
-  [[nodiscard]] bool hasError() const { return hasError_; }
 
  private:
+  static thread_local Signals* innermost;
   static constexpr std::chrono::milliseconds kInterval{100};
 
   PyThreadState* thread_;
+  Signals* outer_;
   std::chrono::steady_clock::time_point next_ = std::chrono::steady_clock::now() + kInterval;
   bool hasError_ = false;
 };
+
+thread_local Signals* Signals::innermost = nullptr;
 
 template <typename Call>
 ksys_status unlocked(Call&& call) {
@@ -90,7 +97,7 @@ ksys_status unlocked(Call&& call) {
     return call();
   }();
   lockInterpreter(thread);
-  if (signals.hasError()) throw py::error_already_set();
+  if (PyErr_Occurred() != nullptr) throw py::error_already_set();
   return status;
 }
 

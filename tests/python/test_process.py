@@ -91,3 +91,21 @@ def test_signals(level):
     finally:
         signal.signal(signal.SIGALRM, before)
     assert arrived and arrived[0] < time.perf_counter() - 0.1
+
+    # a handler that computes is stopped like any other call, and its error is that of its own call
+    def compute(*_):
+        time.sleep(0.06)  # so that the outer call would look for signals first
+        signal.signal(signal.SIGALRM, signal.default_int_handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.01)
+        with pytest.raises(KeyboardInterrupt):
+            kip.binomial(np.zeros((1000, 1000), np.uint8), 8000)
+        arrived.append(True)
+
+    arrived, wanted = [], kip.binomial(IMAGE, 8000)
+    before = signal.signal(signal.SIGALRM, compute)
+    signal.setitimer(signal.ITIMER_REAL, 0.05)
+    try:
+        assert np.array_equal(kip.binomial(IMAGE, 8000), wanted)
+    finally:
+        signal.signal(signal.SIGALRM, before)
+    assert arrived
